@@ -1,0 +1,18 @@
+#ifndef Tavik_Runnable_INCLUDED
+#define Tavik_Runnable_INCLUDED
+
+namespace Tavik {
+
+/// Work that a thread runs.
+class Runnable
+{
+public:
+	Runnable() = default;
+	virtual ~Runnable();
+
+	virtual void run() = 0;
+};
+
+} // namespace Tavik
+
+#endif // Tavik_Runnable_INCLUDED

@@ -1,0 +1,7 @@
+#include "Tavik/RefCountedObject.h"
+
+namespace Tavik {
+
+RefCountedObject::~RefCountedObject() = default;
+
+} // namespace Tavik

@@ -1,0 +1,7 @@
+#include "Tavik/Runnable.h"
+
+namespace Tavik {
+
+Runnable::~Runnable() = default;
+
+} // namespace Tavik
