@@ -1,0 +1,7 @@
+#include "Tavik/Channel.h"
+
+namespace Tavik {
+
+Channel::~Channel() = default;
+
+} // namespace Tavik

@@ -1,0 +1,9 @@
+#include "Tavik/XML/Locator.h"
+
+namespace Tavik {
+namespace XML {
+
+Locator::~Locator() = default;
+
+} // namespace XML
+} // namespace Tavik
