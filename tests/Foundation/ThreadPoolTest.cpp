@@ -7,6 +7,7 @@
 #include "Tavik/TestChannel.h"
 #include "Tavik/Thread.h"
 #include "Tavik/Timespan.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -24,29 +25,8 @@ using namespace Tavik;
 
 namespace {
 
-const std::chrono::seconds DEADLINE(30);
-
-// A gate that runnables wait at until the test opens it.
-class Gate
-{
-public:
-	void open()
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		_open = true;
-		_changed.notify_all();
-	}
-	void pass()
-	{
-		std::unique_lock<std::mutex> lock(_mutex);
-		_changed.wait_for(lock, DEADLINE, [this] { return _open; });
-	}
-
-private:
-	std::mutex _mutex;
-	std::condition_variable _changed;
-	bool _open = false;
-};
+using TestSupport::DEADLINE;
+using TestSupport::Gate;
 
 // Counts events and lets the test wait for a number of them.
 class Counter
@@ -130,7 +110,7 @@ TEST(ThreadPoolTest, ExhaustedPoolThrowsAndReusesItsThreadsAfterwards)
 			ids.insert(std::this_thread::get_id());
 		}
 		started.increment();
-		gate.pass();
+		gate.wait();
 	});
 
 	for (int i = 0; i < CAPACITY; ++i)
@@ -222,7 +202,7 @@ TEST(ThreadPoolTest, IdleThreadsAboveTheMinimumEnd)
 	Counter started;
 	FunctionRunnable blocker([&] {
 		started.increment();
-		gate.pass();
+		gate.wait();
 	});
 	for (int i = 0; i < 3; ++i)
 		pool.start(blocker);

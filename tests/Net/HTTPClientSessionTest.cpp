@@ -17,11 +17,6 @@ using namespace NetTest;
 
 namespace {
 
-std::string readAll(std::istream& stream)
-{
-	return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-}
-
 /// A server whose handler answers with the client's port and the request's
 /// Connection field, so that tests see which connection carried a request.
 class HTTPClientSessionTest : public testing::Test

@@ -20,11 +20,6 @@ using namespace NetTest;
 
 namespace {
 
-std::string readAll(std::istream& stream)
-{
-	return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-}
-
 /// The status line of a raw response head.
 std::string statusLine(const std::string& head)
 {

@@ -9,6 +9,7 @@
 #include "Tavik/Net/HTTPRequestHandlerFactory.h"
 #include "Tavik/Net/HTTPServerRequest.h"
 #include "Tavik/Net/HTTPServerResponse.h"
+#include "TestSupport.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -27,32 +28,9 @@
 
 namespace NetTest {
 
-/// Generous: the deadline of every wait in these tests.
-constexpr std::chrono::seconds DEADLINE(20);
-
-/// A gate that handlers (or tests) wait at until it opens.
-class Gate
-{
-public:
-	void open()
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		_open = true;
-		_changed.notify_all();
-	}
-
-	/// False when the deadline passed first.
-	bool wait()
-	{
-		std::unique_lock<std::mutex> lock(_mutex);
-		return _changed.wait_for(lock, DEADLINE, [this] { return _open; });
-	}
-
-private:
-	std::mutex _mutex;
-	std::condition_variable _changed;
-	bool _open = false;
-};
+using TestSupport::DEADLINE;
+using TestSupport::Gate;
+using TestSupport::readAll;
 
 using HandlerFunction = std::function<void(Tavik::Net::HTTPServerRequest&, Tavik::Net::HTTPServerResponse&)>;
 
