@@ -1,16 +1,130 @@
 #ifndef Tavik_UPnP_GENA_Listener_INCLUDED
 #define Tavik_UPnP_GENA_Listener_INCLUDED
 
+#include "Tavik/AutoPtr.h"
+#include "Tavik/BasicEvent.h"
+#include "Tavik/Callweave/EventListener.h"
+#include "Tavik/Callweave/EventSubscriber.h"
+#include "Tavik/Logger.h"
+#include "Tavik/Mutex.h"
+#include "Tavik/Util/Timer.h"
+#include "Tavik/Util/TimerTask.h"
+
+#include <cstddef>
+#include <map>
 #include <string>
 
 namespace Tavik {
 namespace UPnP {
 namespace GENA {
 
-/// The host's event endpoint. Holds the words of subscriptions on the wire.
-class Listener
+class StateProvider;
+
+/// The host's GENA event endpoint ("upnp-eventing"): the shared state of the
+/// request handler, the initial event notification and the application's own
+/// subscriptions to remote services. Owns no socket and no thread; the host's
+/// HTTP server feeds it requests through a RequestHandler.
+///
+/// All operations are thread safe. The listener must outlive every
+/// RequestHandler, renewal task and initial notification that uses it, and
+/// every subscriber must be unsubscribed before it is destroyed.
+class Listener : public Callweave::EventListener
 {
 public:
+	/// One outgoing subscription of the application.
+	struct Subscription
+	{
+		/// The local subscriber; never null in a stored entry.
+		AutoPtr<Callweave::EventSubscriber> pSubscriber;
+		/// The renewal task, or null when the granted timeout is below 1 second.
+		/// Declared last so that it is released first.
+		AutoPtr<Util::TimerTask> pRenewalTask;
+	};
+
+	/// Hardening beyond the GENA defaults. Every setting is off by default, so
+	/// that an untouched listener answers exactly as the protocol describes.
+	struct Settings
+	{
+		/// Refuse (412) a new subscription whose CALLBACK host is not the
+		/// address of the requesting peer. Stops a device being used to send
+		/// NOTIFY traffic to third parties (the CallStranger class of attack,
+		/// CVE-2020-12695). Off: any callback is accepted.
+		bool checkCallback = false;
+		/// Most subscribers one event dispatcher accepts; 0 means no limit.
+		/// A new subscription beyond it gets 503 (Service Unavailable): the
+		/// condition is temporary, and 503 tells the control point to retry
+		/// later rather than that its request was malformed.
+		std::size_t maxSubscriptions = 0;
+		/// Refuse (412) a renewal whose SID the dispatcher does not know.
+		/// Plain GENA answers 200, which leaves a control point that renews
+		/// after the publisher restarted believing it is subscribed; 412 makes
+		/// it subscribe anew (UPnP Device Architecture 1.1).
+		bool strictRenewal = false;
+		/// Largest timeout granted, in seconds; 0 means no limit. A request
+		/// above it, "Second-infinite" and "Second-0" included, is granted the
+		/// maximum (UPnP Device Architecture 1.1 forbids granting infinite).
+		int maxTimeout = 0;
+	};
+
+	/// Fired by the renewal machinery after a successful renewal, with the
+	/// subscriber's endpoint URI.
+	BasicEvent<const std::string> subscriptionRenewed;
+	/// Fired by the renewal machinery after a failed renewal attempt.
+	BasicEvent<const std::string> subscriptionRenewalFailed;
+	/// Fired by the renewal machinery when a subscription is given up.
+	BasicEvent<const std::string> subscriptionLost;
+
+	/// A listener for the HTTP server at endPoint (host:port); timer runs the
+	/// renewal tasks and must outlive the listener. Default event subscription
+	/// timeout 1800 seconds, settings all off.
+	Listener(const std::string& endPoint, Util::Timer& timer);
+
+	/// Stores the timeout, in seconds, granted to a SUBSCRIBE without TIMEOUT;
+	/// 0 means infinite. Not validated.
+	void setEventSubscriptionTimeout(int seconds);
+	/// The timeout granted to a SUBSCRIBE without TIMEOUT, in seconds.
+	int getEventSubscriptionTimeout() const;
+
+	/// Replaces the hardening settings; they apply to requests handled after.
+	void setSettings(const Settings& settings);
+	/// A copy of the hardening settings.
+	Settings settings() const;
+
+	/// The provider registered for the path of uri, or null.
+	/// Throws what Tavik::URI throws for an unparsable uri.
+	StateProvider* findStateProvider(const std::string& uri);
+	/// Registers pProvider (not owned; kept alive by the caller until it is
+	/// unregistered) for the path of uri, replacing an earlier registration.
+	/// Throws what Tavik::URI throws for an unparsable uri.
+	void registerStateProvider(const std::string& uri, StateProvider* pProvider);
+	/// Removes the registration for the path of uri, if any.
+	/// Throws what Tavik::URI throws for an unparsable uri.
+	void unregisterStateProvider(const std::string& uri);
+
+	/// The subscriber of the outgoing subscription with exactly this SID
+	/// (case-sensitive), or null.
+	AutoPtr<Callweave::EventSubscriber> findSubscriber(const std::string& sid);
+
+	/// Does nothing: the listener is ready once constructed.
+	void start() override;
+	/// Does nothing.
+	void stop() override;
+	/// "upnp-eventing".
+	const std::string& protocol() const override;
+	/// "http://" + endPoint() + "/" + protocol() + "/" + first + "/" + second,
+	/// nothing escaped.
+	std::string createURI(const std::string& interfaceName, const std::string& objectName) override;
+	/// Always false: objects are not invoked through this endpoint.
+	bool handlesURI(const std::string& uri) override;
+	/// Does nothing.
+	void registerObject(AutoPtr<Callweave::RemoteObject> pObject, AutoPtr<Callweave::Skeleton> pSkeleton) override;
+	/// Does nothing.
+	void unregisterObject(AutoPtr<Callweave::RemoteObject> pObject) override;
+	/// Subscribes pSubscriber to the events of its remote service and returns the SID.
+	std::string subscribeToEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber) override;
+	/// Cancels the subscription of pSubscriber.
+	void unsubscribeFromEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber) override;
+
 	/// "SUBSCRIBE": the method of a new subscription and of a renewal.
 	static const std::string SUBSCRIBE;
 	/// "UNSUBSCRIBE": the method that cancels a subscription.
@@ -26,6 +140,23 @@ public:
 	static const std::string TIMEOUT_INFINITE;
 	/// The empty string.
 	static const std::string EMPTY;
+
+protected:
+	~Listener() override;
+
+	/// Stores subscription under sid, replacing an entry of the same SID.
+	void addSubscription(const std::string& sid, const Subscription& subscription);
+
+private:
+	static std::string pathOf(const std::string& uri);
+
+	std::map<std::string, Subscription> _subscriptions;
+	std::map<std::string, StateProvider*> _stateProviders;
+	Util::Timer& _timer;
+	int _eventSubscriptionTimeout;
+	mutable FastMutex _mutex;
+	Logger& _logger;
+	Settings _settings; // guarded by _mutex
 };
 
 } // namespace GENA
