@@ -1,9 +1,18 @@
 #include "Tavik/UPnP/GENA/Listener.h"
 
+#include "GENATexts.h"
+#include "PublisherExchange.h"
 #include "Tavik/Exception.h"
+#include "Tavik/Format.h"
+#include "Tavik/NumberParser.h"
+#include "Tavik/String.h"
 #include "Tavik/URI.h"
 #include "Tavik/UPnP/GENA/StateProvider.h"
+#include "Tavik/UPnP/GENA/SubscriptionRenewalTask.h"
 #include "Tavik/UPnP/GENA/Transport.h"
+
+#include <algorithm>
+#include <cstdint>
 
 namespace Tavik {
 namespace UPnP {
@@ -30,8 +39,6 @@ Listener::Listener(const std::string& endPoint, Util::Timer& timer):
 	_logger(Logger::get("UPnP.GENA.Listener"))
 {
 }
-
-Listener::~Listener() = default;
 
 void Listener::setEventSubscriptionTimeout(int seconds)
 {
@@ -125,14 +132,138 @@ void Listener::unregisterObject(AutoPtr<Callweave::RemoteObject>)
 
 // ---- BEGIN subscription client (h8): subscribeToEvents / unsubscribeFromEvents ----
 
-std::string Listener::subscribeToEvents(AutoPtr<Callweave::EventSubscriber>)
+namespace {
+
+/// The granted seconds of a subscription response's TIMEOUT header: the
+/// requested ones when it is empty, 0 for infinite. Throws IOException when it
+/// is neither "Second-infinite" nor "Second-" and an integer (letter case
+/// ignored).
+int grantedTimeout(const std::string& header, int requested)
 {
-	throw IllegalStateException("not implemented");
+	if (header.empty()) return requested;
+	int seconds = 0;
+	if (!Listener::parseTimeout(header, seconds)) throw IOException(Texts::INVALID_TIMEOUT_HEADER);
+	return seconds;
 }
 
-void Listener::unsubscribeFromEvents(AutoPtr<Callweave::EventSubscriber>)
+/// The renewal period of a grant of seconds (1 or more): 750 ms per second, so
+/// that a subscription is renewed when 75 % of it has run. Computed in 64 bits
+/// (750 * seconds overflows an int above 2,863,311 s) and clamped to
+/// Util::Timer::MAX_DELAY (about 317 years), the longest period the timer
+/// accepts; the largest int grant gives about 51 years, so the clamp only
+/// guards against a smaller timer limit.
+long renewalPeriod(int seconds)
 {
-	throw IllegalStateException("not implemented");
+	return static_cast<long>(std::min<std::int64_t>(std::int64_t(750) * seconds, Util::Timer::MAX_DELAY));
+}
+
+} // namespace
+
+bool Listener::parseTimeout(const std::string& value, int& seconds)
+{
+	// "Second-" is a prefix of "Second-infinite": the infinite form goes first.
+	if (icompare(value, TIMEOUT_INFINITE) == 0)
+	{
+		seconds = 0;
+		return true;
+	}
+	const std::string::size_type prefix = TIMEOUT_SECOND.size();
+	return value.size() >= prefix && icompare(value, 0, prefix, TIMEOUT_SECOND) == 0 &&
+	       NumberParser::tryParse(value.substr(prefix), seconds, ',');
+}
+
+Listener::~Listener()
+{
+	{
+		ScopedLock<FastMutex> lock(_mutex);
+		// A worker still in flight may re-subscribe: keep it from scheduling.
+		_closing = true;
+		for (auto& entry : _subscriptions)
+		{
+			if (entry.second.pRenewalTask) entry.second.pRenewalTask->cancel();
+		}
+	}
+	std::unique_lock<std::mutex> lock(_renewalMutex);
+	_renewalFinished.wait(lock, [this] { return _renewalsInFlight == 0; });
+}
+
+void Listener::renewalStarted()
+{
+	std::lock_guard<std::mutex> lock(_renewalMutex);
+	++_renewalsInFlight;
+}
+
+void Listener::renewalFinished()
+{
+	std::lock_guard<std::mutex> lock(_renewalMutex);
+	--_renewalsInFlight;
+	// Notified under the lock: once the destructor sees 0, this call has no
+	// further use of the condition variable.
+	_renewalFinished.notify_all();
+}
+
+std::string Listener::subscribeToEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber)
+{
+	if (!pSubscriber) throw NullPointerException();
+
+	const URI endpoint(pSubscriber->endpointURI());
+	const int requested = _eventSubscriptionTimeout;
+	Net::HTTPRequest request = PublisherExchange::request(SUBSCRIBE, endpoint);
+	request.set(HDR_CALLBACK, "<http://" + endPoint() + "/" + protocol() + ">");
+	request.set(HDR_TIMEOUT, requested > 0 ? format("%s%d", TIMEOUT_SECOND, requested) : TIMEOUT_INFINITE);
+	request.set(Transport::HDR_NT, Transport::UPNP_EVENT);
+	Net::HTTPResponse response;
+	PublisherExchange::send(endpoint, request, response);
+
+	if (response.getStatus() != Net::HTTPResponse::HTTP_OK)
+		throw IOException(Texts::SUBSCRIBE_HTTP_ERROR, response.getReason(), response.getStatus());
+	if (!response.has(Transport::HDR_SID)) throw IOException(Texts::MISSING_SID_HEADER);
+	const std::string sid = response.get(Transport::HDR_SID);
+	const int timeout = grantedTimeout(response.get(HDR_TIMEOUT, EMPTY), requested);
+
+	ScopedLock<FastMutex> lock(_mutex);
+	if (_subscriptions.count(sid) != 0) throw ExistsException(Texts::SUBSCRIPTION_EXISTS, sid);
+	Subscription subscription{pSubscriber, nullptr};
+	if (timeout >= 1 && !_closing)
+	{
+		AutoPtr<Util::TimerTask> pTask(new SubscriptionRenewalTask(*this, pSubscriber, sid, timeout));
+		const long period = renewalPeriod(timeout);
+		_timer.schedule(pTask, period, period);
+		subscription.pRenewalTask = pTask;
+	}
+	_subscriptions.emplace(sid, subscription);
+	return EMPTY;
+}
+
+void Listener::unsubscribeFromEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber)
+{
+	std::string sid;
+	{
+		ScopedLock<FastMutex> lock(_mutex);
+		// Keyed by SID: the subscriber's entries are found by a walk, and the
+		// one with the smallest SID goes first.
+		auto it = std::find_if(_subscriptions.begin(), _subscriptions.end(),
+		                       [&](const auto& entry) { return entry.second.pSubscriber == pSubscriber; });
+		if (it != _subscriptions.end())
+		{
+			sid = it->first;
+			if (it->second.pRenewalTask) it->second.pRenewalTask->cancel();
+			_subscriptions.erase(it);
+		}
+	}
+	// A null subscriber never matches a stored entry, so it ends here as well.
+	if (sid.empty()) throw NotFoundException(Texts::UNKNOWN_SUBSCRIBER);
+
+	const URI endpoint(pSubscriber->endpointURI());
+	Net::HTTPRequest request = PublisherExchange::request(UNSUBSCRIBE, endpoint);
+	request.set(Transport::HDR_SID, sid);
+	Net::HTTPResponse response;
+	PublisherExchange::send(endpoint, request, response);
+	if (response.getStatus() != Net::HTTPResponse::HTTP_OK && _logger.warning())
+	{
+		_logger.warning(format(Texts::UNSUBSCRIBE_FAILED, sid, static_cast<int>(response.getStatus()),
+		                       response.getReason()));
+	}
 }
 
 // ---- END subscription client (h8) ----

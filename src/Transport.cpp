@@ -1,5 +1,6 @@
 #include "Tavik/UPnP/GENA/Transport.h"
 
+#include "GENATexts.h"
 #include "Tavik/Bugcheck.h"
 #include "Tavik/Callweave/TransportException.h"
 #include "Tavik/Exception.h"
@@ -112,7 +113,7 @@ Callweave::Deserializer& Transport::sendRequest(const std::string&, const std::s
 	if (response.getStatus() != Net::HTTPResponse::HTTP_OK)
 	{
 		drain(body);
-		throw Callweave::TransportException("HTTP Error", response.getReason(), 0);
+		throw Callweave::TransportException(Texts::HTTP_ERROR, response.getReason(), 0);
 	}
 	_deserializer.setup(body);
 	return _deserializer;

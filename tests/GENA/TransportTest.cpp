@@ -69,6 +69,25 @@ TEST(TransportTest, RegularEventsAreNotifyRequestsNumberedFromOne)
 	EXPECT_EQ(requests[1].headers.get("SEQ"), "2");
 }
 
+TEST(TransportTest, NumberAfterTheLargestIsOneNeverZero)
+{
+	class LateTransport : public Transport
+	{
+	public:
+		LateTransport() : Transport(Timespan(10, 0), false, Timespan(8, 0)) { setNextSequenceNumber(4294967295u); }
+	};
+
+	RecordingServer subscriber;
+	AutoPtr<Transport> pTransport(new LateTransport);
+	pTransport->connect(subscriber.url("/cb"));
+	sendStatusEvent(*pTransport);
+	sendStatusEvent(*pTransport);
+
+	ASSERT_TRUE(subscriber.waitFor(2));
+	EXPECT_EQ(subscriber.requests()[0].headers.get("SEQ"), "4294967295");
+	EXPECT_EQ(subscriber.requests()[1].headers.get("SEQ"), "1");
+}
+
 TEST(TransportTest, NumberingSurvivesReconnectionAndLostMessages)
 {
 	RecordingServer subscriber;

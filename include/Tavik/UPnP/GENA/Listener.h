@@ -10,8 +10,10 @@
 #include "Tavik/Util/Timer.h"
 #include "Tavik/Util/TimerTask.h"
 
+#include <condition_variable>
 #include <cstddef>
 #include <map>
+#include <mutex>
 #include <string>
 
 namespace Tavik {
@@ -26,8 +28,8 @@ class StateProvider;
 /// HTTP server feeds it requests through a RequestHandler.
 ///
 /// All operations are thread safe. The listener must outlive every
-/// RequestHandler, renewal task and initial notification that uses it, and
-/// every subscriber must be unsubscribed before it is destroyed.
+/// RequestHandler and initial notification that uses it. Its destructor stops
+/// the renewal of the subscriptions still held, but does not unsubscribe them.
 class Listener : public Callweave::EventListener
 {
 public:
@@ -120,9 +122,24 @@ public:
 	void registerObject(AutoPtr<Callweave::RemoteObject> pObject, AutoPtr<Callweave::Skeleton> pSkeleton) override;
 	/// Does nothing.
 	void unregisterObject(AutoPtr<Callweave::RemoteObject> pObject) override;
-	/// Subscribes pSubscriber to the events of its remote service and returns the SID.
+	/// Subscribes pSubscriber to the events of its remote service: sends
+	/// SUBSCRIBE with CALLBACK <http://endPoint()/protocol()>, TIMEOUT (the
+	/// event subscription timeout, or Second-infinite when it is not above 0)
+	/// and NT, stores the granted SID and, for a grant of 1 s or more,
+	/// schedules a SubscriptionRenewalTask every 750 ms per granted second.
+	/// Returns the empty string. Throws NullPointerException for a null
+	/// subscriber, the URI and Net exceptions of the exchange, IOException
+	/// "HTTP error" (reason as argument, status as code) for a status other
+	/// than 200, IOException for a missing SID or an invalid TIMEOUT, and
+	/// ExistsException when the SID is already in the table; after a failure
+	/// nothing is stored. The exchange (up to 30 s per step) runs unlocked.
 	std::string subscribeToEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber) override;
-	/// Cancels the subscription of pSubscriber.
+	/// Removes the first subscription of pSubscriber in SID order, cancels its
+	/// renewal task and sends UNSUBSCRIBE with its SID; a status other than
+	/// 200 is logged as a warning on "UPnP.GENA.Listener". Throws
+	/// NotFoundException "Unknown subscriber" when pSubscriber has no
+	/// subscription, and the URI and Net exceptions of the exchange (the
+	/// subscription is removed by then).
 	void unsubscribeFromEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber) override;
 
 	/// "SUBSCRIBE": the method of a new subscription and of a renewal.
@@ -141,14 +158,33 @@ public:
 	/// The empty string.
 	static const std::string EMPTY;
 
+	/// Reads a received TIMEOUT value, ignoring ASCII letter case: "Second-infinite"
+	/// gives 0 (infinite); "Second-" followed by a decimal int (',' allowed as
+	/// thousands separator) gives that number, 0 and negative ones included.
+	/// Returns false, leaving seconds unchanged, for anything else. Both the
+	/// SUBSCRIBE handler and the subscription client read TIMEOUT through it.
+	static bool parseTimeout(const std::string& value, int& seconds);
+
 protected:
+	/// Cancels the renewal task of every subscription still in the table and
+	/// waits for renewal workers still in flight (each may take up to 30 s per
+	/// exchange with its publisher), so that none runs after the listener is
+	/// gone. Sends no UNSUBSCRIBE. Must not run on a thread of a renewal
+	/// (inside a listener event delegate), which it would wait for.
 	~Listener() override;
 
 	/// Stores subscription under sid, replacing an entry of the same SID.
 	void addSubscription(const std::string& sid, const Subscription& subscription);
 
 private:
+	friend class SubscriptionRenewalThread;
+
 	static std::string pathOf(const std::string& uri);
+
+	/// Counts a renewal worker in flight (SubscriptionRenewalThread, from its
+	/// construction to its destruction) for the destructor to wait for.
+	void renewalStarted();
+	void renewalFinished();
 
 	std::map<std::string, Subscription> _subscriptions;
 	std::map<std::string, StateProvider*> _stateProviders;
@@ -157,6 +193,10 @@ private:
 	mutable FastMutex _mutex;
 	Logger& _logger;
 	Settings _settings; // guarded by _mutex
+	bool _closing = false; // guarded by _mutex; set by the destructor, stops new renewal tasks
+	std::mutex _renewalMutex;
+	std::condition_variable _renewalFinished;
+	int _renewalsInFlight = 0; // guarded by _renewalMutex
 };
 
 } // namespace GENA

@@ -115,6 +115,10 @@ public:
 protected:
 	~Transport() override;
 
+	/// Lets a subclass continue a numbering, e.g. to reach the wrap from
+	/// 4294967295 to 1 without sending four billion messages.
+	void setNextSequenceNumber(std::uint32_t sequence) { _sequence = sequence; }
+
 private:
 	Net::HTTPClientSession& requireSession() const;
 

@@ -1,0 +1,223 @@
+#include "Tavik/UPnP/GENA/RequestHandler.h"
+
+#include "GENATexts.h"
+
+#include "Tavik/Callweave/EventDispatcher.h"
+#include "Tavik/Callweave/ORB.h"
+#include "Tavik/Clock.h"
+#include "Tavik/Exception.h"
+#include "Tavik/Format.h"
+#include "Tavik/ThreadPool.h"
+#include "Tavik/URI.h"
+#include "Tavik/UUID.h"
+#include "Tavik/UUIDGenerator.h"
+#include "Tavik/UPnP/GENA/InitialEventNotificationThread.h"
+#include "Tavik/UPnP/GENA/Listener.h"
+#include "Tavik/UPnP/GENA/ServerTransport.h"
+#include "Tavik/UPnP/GENA/Transport.h"
+
+#include <memory>
+
+namespace Tavik {
+namespace UPnP {
+namespace GENA {
+
+using Net::HTTPResponse;
+using Net::HTTPServerRequest;
+using Net::HTTPServerResponse;
+
+namespace {
+
+const std::string SID_PREFIX = "uuid:";
+
+/// The text strictly between the first '<' and the first '>' of header;
+/// false when there is no '<' before the first '>'.
+bool extractCallbackURL(const std::string& header, std::string& url)
+{
+	const std::string::size_type open = header.find('<');
+	const std::string::size_type close = header.find('>');
+	if (open == std::string::npos || close == std::string::npos || open > close) return false;
+	url = header.substr(open + 1, close - open - 1);
+	return true;
+}
+
+/// Seconds requested by a TIMEOUT header, 0 for infinite; false when the
+/// header is neither "Second-infinite" nor "Second-" and an integer.
+/// Whether the host of callbackURL is the address the request came from.
+bool callbackIsPeer(const std::string& callbackURL, const HTTPServerRequest& request)
+{
+	try
+	{
+		return URI(callbackURL).getHost() == request.clientAddress().host();
+	}
+	catch (const Exception&)
+	{
+		return false;
+	}
+}
+
+/// Whether dispatcher knows sid.
+bool knowsSubscriber(Callweave::EventDispatcher& dispatcher, const std::string& sid)
+{
+	ScopedLock<FastMutex> lock(dispatcher.mutex());
+	try
+	{
+		dispatcher.transportForSubscriber(sid);
+		return true;
+	}
+	catch (const NotFoundException&)
+	{
+		return false;
+	}
+}
+
+} // namespace
+
+RequestHandler::RequestHandler(Listener& listener):
+	_listener(listener),
+	_logger(Logger::get("UPnP.GENA.RequestHandler"))
+{
+}
+
+RequestHandler::~RequestHandler() = default;
+
+void RequestHandler::handleRequest(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+	if (_logger.debug())
+	{
+		_logger.debug(format(Texts::REQUEST_LINE, request.getMethod(), request.getURI(), request.getVersion(),
+			request.clientAddress().toString()));
+		if (request.has(Listener::HDR_CALLBACK)) _logger.debug(Texts::CALLBACK_LINE + request.get(Listener::HDR_CALLBACK));
+		if (request.has(Transport::HDR_SID)) _logger.debug(Texts::SID_LINE + request.get(Transport::HDR_SID));
+	}
+
+	const std::string& method = request.getMethod();
+	if (method == Net::HTTPRequest::HTTP_HEAD)
+		response.send();
+	else if (method == Transport::NOTIFY)
+		handleNotify(request, response);
+	else if (method == Listener::SUBSCRIBE)
+		handleSubscribe(request, response);
+	else if (method == Listener::UNSUBSCRIBE)
+		handleUnsubscribe(request, response);
+	else
+		sendResponse(response, HTTPResponse::HTTP_METHOD_NOT_ALLOWED);
+}
+
+void RequestHandler::sendResponse(HTTPServerResponse& response, HTTPResponse::HTTPStatus status)
+{
+	response.setStatusAndReason(status);
+	response.send();
+}
+
+void RequestHandler::handleSubscribe(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+	const std::string& callback = request.get(Listener::HDR_CALLBACK, Listener::EMPTY);
+	const std::string& nt = request.get(Transport::HDR_NT, Listener::EMPTY);
+	const std::string& timeoutHeader = request.get(Listener::HDR_TIMEOUT, Listener::EMPTY);
+	std::string sid = request.get(Transport::HDR_SID, Listener::EMPTY);
+	const bool renewal = !sid.empty();
+	const Listener::Settings settings = _listener.settings();
+
+	if (callback.empty() && !renewal) return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	if (!callback.empty() && renewal) return sendResponse(response, HTTPResponse::HTTP_BAD_REQUEST);
+	if (!nt.empty() && renewal) return sendResponse(response, HTTPResponse::HTTP_BAD_REQUEST);
+
+	std::string callbackURL;
+	if (!callback.empty() && !extractCallbackURL(callback, callbackURL))
+		return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	if (!renewal && nt != Transport::UPNP_EVENT) return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	if (!renewal && settings.checkCallback && !callbackIsPeer(callbackURL, request))
+		return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+
+	int timeout = _listener.getEventSubscriptionTimeout();
+	if (!timeoutHeader.empty() && !Listener::parseTimeout(timeoutHeader, timeout))
+		return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	if (settings.maxTimeout > 0 && (timeout == 0 || timeout > settings.maxTimeout)) timeout = settings.maxTimeout;
+
+	if (renewal)
+	{
+		if (sid.compare(0, SID_PREFIX.size(), SID_PREFIX) != 0)
+			return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	}
+	else
+	{
+		sid = SID_PREFIX + UUIDGenerator().create().toString();
+	}
+
+	const std::string uri = "http://" + _listener.endPoint() + request.getURI();
+	AutoPtr<Callweave::EventDispatcher> pDispatcher = Callweave::ORB::instance().findEventDispatcher(uri, Transport::PROTOCOL);
+	if (!pDispatcher) return sendResponse(response, HTTPResponse::HTTP_NOT_FOUND);
+	if (renewal && settings.strictRenewal && !knowsSubscriber(*pDispatcher, sid))
+		return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	if (!renewal && settings.maxSubscriptions > 0 && pDispatcher->subscriberCount() >= settings.maxSubscriptions)
+		return sendResponse(response, HTTPResponse::HTTP_SERVICE_UNAVAILABLE);
+
+	Clock expiry(0);
+	if (timeout != 0)
+	{
+		expiry.update();
+		expiry += static_cast<Clock::ClockDiff>(timeout) * 1000000;
+	}
+
+	response.set(Transport::HDR_SID, sid);
+	response.set(Listener::HDR_TIMEOUT, timeout == 0 ? Listener::TIMEOUT_INFINITE : format("%s%d", Listener::TIMEOUT_SECOND, timeout));
+	sendResponse(response, HTTPResponse::HTTP_OK);
+
+	if (renewal)
+	{
+		pDispatcher->subscribe(sid, callbackURL, expiry);
+		return;
+	}
+	std::unique_ptr<InitialEventNotificationThread> pThread(new InitialEventNotificationThread(_listener, pDispatcher,
+		callbackURL, sid, request.getURI(), expiry));
+	ThreadPool::defaultPool().start(*pThread);
+	pThread.release(); // the run deletes itself when done
+}
+
+void RequestHandler::handleUnsubscribe(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+	const std::string& sid = request.get(Transport::HDR_SID, Listener::EMPTY);
+	if (sid.empty()) return sendResponse(response, HTTPResponse::HTTP_BAD_REQUEST);
+
+	const std::string uri = "http://" + _listener.endPoint() + request.getURI();
+	AutoPtr<Callweave::EventDispatcher> pDispatcher = Callweave::ORB::instance().findEventDispatcher(uri, Transport::PROTOCOL);
+	if (!pDispatcher) return sendResponse(response, HTTPResponse::HTTP_INTERNAL_SERVER_ERROR);
+	try
+	{
+		pDispatcher->unsubscribe(sid);
+	}
+	catch (const Exception& exc)
+	{
+		_logger.log(exc);
+		return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	}
+	sendResponse(response, HTTPResponse::HTTP_OK);
+}
+
+void RequestHandler::handleNotify(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+	if (!request.has(Transport::HDR_SID)) return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	AutoPtr<Callweave::EventSubscriber> pSubscriber = _listener.findSubscriber(request.get(Transport::HDR_SID));
+	if (!pSubscriber) return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	try
+	{
+		ServerTransport transport(request);
+		// The deserializer presents the last property of the document first.
+		while (transport.deserializer().hasProperties())
+		{
+			pSubscriber->invoke(transport, AutoPtr<Callweave::RemoteObject>());
+			transport.deserializer().popProperty();
+		}
+	}
+	catch (const Exception& exc)
+	{
+		_logger.log(exc);
+		return sendResponse(response, HTTPResponse::HTTP_INTERNAL_SERVER_ERROR);
+	}
+	sendResponse(response, HTTPResponse::HTTP_OK);
+}
+
+} // namespace GENA
+} // namespace UPnP
+} // namespace Tavik
