@@ -3,10 +3,14 @@
 #include "Tavik/UPnP/GENA/StateProvider.h"
 #include "Tavik/Util/Timer.h"
 
+#include "GENATestSupport.h"
+
 #include <gtest/gtest.h>
 
 using namespace Tavik;
 using namespace Tavik::UPnP::GENA;
+
+using TestSupport::TestListener;
 
 namespace {
 
@@ -16,12 +20,6 @@ public:
 	std::vector<std::pair<std::string, std::string> > currentState() override { return {}; }
 };
 
-class TestListener : public Listener
-{
-public:
-	using Listener::Listener;
-	using Listener::addSubscription;
-};
 
 class NullSubscriber : public Callweave::EventSubscriber
 {

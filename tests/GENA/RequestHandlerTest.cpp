@@ -12,6 +12,8 @@
 #include "Tavik/Clock.h"
 #include "Tavik/Util/Timer.h"
 
+#include "GENATestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -27,6 +29,9 @@ using Tavik::Net::HTTPServerRequest;
 using Tavik::Net::HTTPServerResponse;
 using Tavik::Net::SocketAddress;
 
+using TestSupport::RecordingSubscriber;
+using TestSupport::TestListener;
+
 namespace {
 
 const std::string END_POINT = "127.0.0.1:4711";
@@ -41,37 +46,7 @@ private:
 	std::ostringstream _body;
 };
 
-/// Opens the test-only door to the subscription table.
-class TestListener : public Listener
-{
-public:
-	using Listener::Listener;
-	using Listener::addSubscription;
-};
 
-/// Records the names of the events it receives.
-class RecordingSubscriber : public Callweave::EventSubscriber
-{
-public:
-	RecordingSubscriber(): Callweave::EventSubscriber("http://127.0.0.1:1/remote") {}
-
-	std::vector<std::string> names()
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		return _names;
-	}
-
-protected:
-	void handleEvent(const std::string& eventName, Callweave::Deserializer&) override
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		_names.push_back(eventName);
-	}
-
-private:
-	std::mutex _mutex;
-	std::vector<std::string> _names;
-};
 
 struct Exchange
 {

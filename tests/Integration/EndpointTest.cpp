@@ -13,6 +13,8 @@
 #include "Tavik/UPnP/GENA/TransportFactory.h"
 #include "Tavik/Util/Timer.h"
 
+#include "GENATestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <mutex>
@@ -21,16 +23,13 @@
 using namespace Tavik;
 using namespace Tavik::UPnP::GENA;
 
+using TestSupport::RecordingSubscriber;
+using TestSupport::TestListener;
+
 namespace {
 
 const std::string SERVICE_PATH = "/dev/svc";
 
-class EndpointListener : public Listener
-{
-public:
-	using Listener::Listener;
-	using Listener::addSubscription;
-};
 
 class HandlerFactory : public Net::HTTPRequestHandlerFactory
 {
@@ -49,28 +48,6 @@ public:
 	std::vector<std::pair<std::string, std::string> > currentState() override { return {{"Volume", "7"}}; }
 };
 
-class RecordingSubscriber : public Callweave::EventSubscriber
-{
-public:
-	RecordingSubscriber(): Callweave::EventSubscriber("http://127.0.0.1:1/remote") {}
-
-	std::vector<std::string> names()
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		return _names;
-	}
-
-protected:
-	void handleEvent(const std::string& eventName, Callweave::Deserializer&) override
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		_names.push_back(eventName);
-	}
-
-private:
-	std::mutex _mutex;
-	std::vector<std::string> _names;
-};
 
 /// A real HTTP server on 127.0.0.1 serving the event endpoint, and one
 /// object with events at SERVICE_PATH.
@@ -82,7 +59,7 @@ protected:
 		TransportFactory::registerFactory();
 		_pServer.reset(new Net::HTTPServer(_pFactory, "127.0.0.1", 0));
 		_endPoint = "127.0.0.1:" + std::to_string(_pServer->port());
-		_pListener = new EndpointListener(_endPoint, _timer);
+		_pListener = new TestListener(_endPoint, _timer);
 		_pFactory->pListener = _pListener.get();
 		_pListener->registerStateProvider(SERVICE_PATH, &_state);
 		_pDispatcher = new Callweave::EventDispatcher(Transport::PROTOCOL);
@@ -120,7 +97,7 @@ protected:
 	std::shared_ptr<HandlerFactory> _pFactory = std::make_shared<HandlerFactory>();
 	std::unique_ptr<Net::HTTPServer> _pServer;
 	std::string _endPoint;
-	AutoPtr<EndpointListener> _pListener;
+	AutoPtr<TestListener> _pListener;
 	AutoPtr<Callweave::EventDispatcher> _pDispatcher;
 };
 
