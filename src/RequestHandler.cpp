@@ -108,6 +108,9 @@ void RequestHandler::sendResponse(HTTPServerResponse& response, HTTPResponse::HT
 {
 	response.setStatusAndReason(status);
 	response.send();
+	// On the wire now, not when the handler returns: the subscriber must have
+	// its SID before the initial event, which starts right after.
+	response.finish();
 }
 
 void RequestHandler::handleSubscribe(HTTPServerRequest& request, HTTPServerResponse& response)

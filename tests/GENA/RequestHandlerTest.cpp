@@ -41,6 +41,7 @@ class TestResponse : public HTTPServerResponse
 {
 protected:
 	std::ostream& beginBody() override { return _body; }
+	void endBody() override {}
 
 private:
 	std::ostringstream _body;

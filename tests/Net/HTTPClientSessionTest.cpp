@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <iterator>
 #include <set>
 #include <thread>
@@ -85,6 +86,37 @@ TEST_F(HTTPClientSessionTest, WithoutKeepAliveEveryRequestSaysCloseAndGetsItsOwn
 	EXPECT_EQ(portsOfExchanges(session, 3).size(), 3u);
 	const std::string reply = exchange(session);
 	EXPECT_EQ(reply.substr(reply.find(' ')), " close");
+}
+
+TEST_F(HTTPClientSessionTest, ConnectionThatMayNotPersistIsClosedOnceTheResponseIsIn)
+{
+	// The peer answers but keeps its end open: only the client can end the
+	// connection, and it must not keep the descriptor until the next exchange.
+	for (const char* body : {"", "abc"})
+	{
+		RawListener listener;
+		listener.listen();
+		std::promise<ssize_t> readAfterAnswer;
+		std::thread peer([&] {
+			const int fd = listener.accept();
+			timeval timeout{std::chrono::seconds(DEADLINE).count(), 0};
+			::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
+			char buffer[1024];
+			::recv(fd, buffer, sizeof(buffer), 0);
+			const std::string reply =
+			    "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(std::strlen(body)) + "\r\n\r\n" + body;
+			::send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
+			readAfterAnswer.set_value(::recv(fd, buffer, sizeof(buffer), 0));
+			::close(fd);
+		});
+		HTTPClientSession session("127.0.0.1", listener.port());
+		HTTPRequest request;
+		session.sendRequest(request);
+		HTTPResponse response;
+		EXPECT_EQ(readAll(session.receiveResponse(response)), body);
+		EXPECT_EQ(readAfterAnswer.get_future().get(), 0) << "the client closed, body \"" << body << "\"";
+		peer.join();
+	}
 }
 
 TEST_F(HTTPClientSessionTest, ServerThatEndsTheConnectionMakesTheNextRequestReconnect)

@@ -130,6 +130,38 @@ TEST_F(HTTPServerTest, ResponseFramingFollowsWhatTheHandlerWrote)
 	EXPECT_EQ(readAll(session.receiveResponse(response)), std::string(20000, 'x') + "end");
 }
 
+TEST_F(HTTPServerTest, FinishedResponseIsOnTheWireBeforeTheHandlerReturns)
+{
+	Gate handlerMayReturn;
+	std::promise<bool> laterBodyRefused;
+	std::atomic<int> calls(0);
+	serve([&](HTTPServerRequest&, HTTPServerResponse& response) {
+		response.set("SID", "uuid:1");
+		std::ostream& body = response.send();
+		response.finish();
+		response.finish();
+		if (++calls > 1) return;
+		try
+		{
+			body << "late" << std::flush;
+			laterBodyRefused.set_value(false);
+		}
+		catch (const MessageException&)
+		{
+			laterBodyRefused.set_value(true);
+		}
+		handlerMayReturn.wait();
+	});
+
+	RawConnection connection(port());
+	connection.send("SUBSCRIBE / HTTP/1.1\r\n\r\n");
+	EXPECT_EQ(connection.readHead(), "HTTP/1.1 200 OK\r\nSID: uuid:1\r\nContent-Length: 0\r\n\r\n");
+	EXPECT_TRUE(laterBodyRefused.get_future().get());
+	handlerMayReturn.open();
+	connection.send("SUBSCRIBE / HTTP/1.1\r\nConnection: close\r\n\r\n");
+	EXPECT_EQ(statusLine(connection.readUntilClosed()), "HTTP/1.1 200 OK") << "the connection stays usable";
+}
+
 TEST_F(HTTPServerTest, HeadResponseCarriesNoBody)
 {
 	serve([](HTTPServerRequest&, HTTPServerResponse& response) {

@@ -10,7 +10,7 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
 
-#include <array>
+#include <memory>
 #include <streambuf>
 #include <string>
 
@@ -20,7 +20,9 @@ namespace Net {
 /// The stream buffer behind a received message body: each underflow lets
 /// Beast's parser read what the socket has, up to 8 KiB, so the body streams
 /// through without being held whole; the framing (chunks, Content-Length,
-/// end of connection) and the parser's body limit are Beast's.
+/// end of connection) and the parser's body limit are Beast's. The 8 KiB
+/// buffer is allocated at the first read and released at the end of the
+/// body, so an idle connection holds none.
 ///
 /// Errors throw the Net exceptions; an istream over this buffer should have
 /// badbit in its exceptions() mask so that they reach the reader.
@@ -34,7 +36,6 @@ public:
 	BodyInputBuffer(SocketIO& io, boost::beast::flat_buffer& buffer, Parser& parser, const std::string& peer)
 	    : _io(io), _buffer(buffer), _parser(parser), _peer(peer), _limitExceeded(false)
 	{
-		setg(_chunk.data(), _chunk.data(), _chunk.data());
 	}
 
 	/// True when the whole body has been received (though maybe not read).
@@ -46,7 +47,7 @@ public:
 	void drain()
 	{
 		while (!traits_type::eq_int_type(underflow(), traits_type::eof()))
-			setg(_chunk.data(), egptr(), egptr());
+			setg(eback(), egptr(), egptr());
 	}
 
 protected:
@@ -56,9 +57,10 @@ protected:
 		if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
 		while (!_parser.is_done())
 		{
+			if (!_pChunk) _pChunk.reset(new char[CHUNK_SIZE]);
 			auto& body = _parser.get().body();
-			body.data = _chunk.data();
-			body.size = _chunk.size();
+			body.data = _pChunk.get();
+			body.size = CHUNK_SIZE;
 			boost::system::error_code ec;
 			http::read_some(_io, _buffer, _parser, ec);
 			if (ec == http::error::need_buffer) ec = {};
@@ -67,13 +69,15 @@ protected:
 				_limitExceeded = ec == http::error::body_limit;
 				throwNetError(ec, _peer);
 			}
-			const std::size_t size = _chunk.size() - body.size;
+			const std::size_t size = CHUNK_SIZE - body.size;
 			if (size > 0)
 			{
-				setg(_chunk.data(), _chunk.data(), _chunk.data() + size);
-				return traits_type::to_int_type(_chunk[0]);
+				setg(_pChunk.get(), _pChunk.get(), _pChunk.get() + size);
+				return traits_type::to_int_type(_pChunk[0]);
 			}
 		}
+		setg(nullptr, nullptr, nullptr);
+		_pChunk.reset();
 		return traits_type::eof();
 	}
 
@@ -85,7 +89,7 @@ private:
 	Parser& _parser;
 	std::string _peer;
 	bool _limitExceeded;
-	std::array<char, CHUNK_SIZE> _chunk;
+	std::unique_ptr<char[]> _pChunk;
 };
 
 } // namespace Net

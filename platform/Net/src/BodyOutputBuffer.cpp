@@ -7,6 +7,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/chunk_encode.hpp>
 
+#include <array>
 #include <vector>
 
 namespace Tavik {
@@ -18,7 +19,6 @@ namespace http = boost::beast::http;
 BodyOutputBuffer::BodyOutputBuffer(SocketIO& io, const std::string& peer)
     : _io(io), _peer(peer), _headSent(false), _written(0)
 {
-	setp(_buffer.data(), _buffer.data() + _buffer.size());
 }
 
 void BodyOutputBuffer::begin(HeadMaker makeHead)
@@ -27,7 +27,7 @@ void BodyOutputBuffer::begin(HeadMaker makeHead)
 	_head = Head();
 	_headSent = false;
 	_written = 0;
-	setp(_buffer.data(), _buffer.data() + _buffer.size());
+	resetPutArea();
 }
 
 void BodyOutputBuffer::finish()
@@ -43,11 +43,20 @@ void BodyOutputBuffer::finish()
 	{
 		throw MessageException(Texts::BODY_SHORTER_THAN_LENGTH, std::to_string(_written));
 	}
+	_head.framing = Framing::NONE;
+	_pBuffer.reset();
+	resetPutArea();
 }
 
 BodyOutputBuffer::int_type BodyOutputBuffer::overflow(int_type c)
 {
-	flushBuffer(false);
+	if (_pBuffer)
+		flushBuffer(false);
+	else
+	{
+		_pBuffer.reset(new char[BUFFER_SIZE]);
+		resetPutArea();
+	}
 	if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
 	*pptr() = traits_type::to_char_type(c);
 	pbump(1);
@@ -65,7 +74,7 @@ int BodyOutputBuffer::sync()
 void BodyOutputBuffer::flushBuffer(bool complete)
 {
 	const std::size_t size = std::size_t(pptr() - pbase());
-	setp(_buffer.data(), _buffer.data() + _buffer.size());
+	resetPutArea();
 	std::string head;
 	if (!_headSent)
 	{
@@ -87,8 +96,14 @@ void BodyOutputBuffer::flushBuffer(bool complete)
 	default:
 		break;
 	}
-	write(head, _buffer.data(), size);
+	write(head, _pBuffer.get(), size);
 	_written += size;
+}
+
+void BodyOutputBuffer::resetPutArea()
+{
+	char* pBegin = _pBuffer.get();
+	setp(pBegin, pBegin ? pBegin + BUFFER_SIZE : nullptr);
 }
 
 void BodyOutputBuffer::write(const std::string& head, const char* pData, std::size_t size)

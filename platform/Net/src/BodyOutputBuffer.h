@@ -3,9 +3,9 @@
 
 #include "SocketIO.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <streambuf>
 #include <string>
 
@@ -14,6 +14,8 @@ namespace Net {
 
 /// The stream buffer behind a message body being sent: it collects the body
 /// in an 8 KiB buffer and writes it to the socket framed as the head says.
+/// The buffer is allocated at the first body byte and released by finish(),
+/// so an idle connection holds none.
 ///
 /// The head is written lazily, together with the first body bytes that leave
 /// the buffer (a flush, or a full buffer) or with the end of the message, so
@@ -54,6 +56,7 @@ public:
 	void begin(HeadMaker makeHead);
 	/// Sends the head if still pending, the rest of the body and the last
 	/// chunk; throws MessageException when a fixed-length body is short.
+	/// A body byte written after it fails with MessageException.
 	void finish();
 	/// True once the head has been written (or handed to the socket).
 	bool headSent() const { return _headSent; }
@@ -67,6 +70,8 @@ private:
 
 	/// Writes the buffered bytes (and the head first, when pending).
 	void flushBuffer(bool complete);
+	/// Points the put area at the whole buffer (empty when none is allocated).
+	void resetPutArea();
 	void write(const std::string& head, const char* pData, std::size_t size);
 
 	SocketIO& _io;
@@ -75,7 +80,7 @@ private:
 	Head _head;
 	bool _headSent;
 	std::uint64_t _written;
-	std::array<char, BUFFER_SIZE> _buffer;
+	std::unique_ptr<char[]> _pBuffer;
 };
 
 } // namespace Net

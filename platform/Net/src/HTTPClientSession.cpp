@@ -20,8 +20,11 @@ namespace Net {
 
 namespace http = boost::beast::http;
 
-/// One connection at a time and the state of the exchange on it. The body
-/// buffers and the parser are rebuilt per exchange, in place.
+/// One connection at a time and the state of the exchange on it. What only
+/// an exchange needs (socket I/O, body buffers, parser) is made for each one
+/// and dropped once its response body has been received, and a connection
+/// that may not be reused is closed at that moment, so an idle session holds
+/// little memory and no descriptor.
 class HTTPClientSession::Impl
 {
 public:
@@ -51,12 +54,12 @@ public:
 			}
 			_headRequest = request.getMethod() == HTTPRequest::HTTP_HEAD;
 
-			_in.reset();
-			_io.emplace(_fd, _settings.getTimeout());
-			_out.emplace(*_io, _peer);
-			_out->begin([head = std::move(head)](std::size_t, bool) { return head; });
-			_requestStream.rdbuf(&*_out);
+			detachStreams();
+			_pExchange.reset(new Exchange(_fd, _settings.getTimeout(), _peer));
+			_pExchange->out.begin([head = std::move(head)](std::size_t, bool) { return head; });
+			_requestStream.rdbuf(&_pExchange->out);
 			_requestStream.exceptions(std::ios::badbit);
+			_bodyReceived = false;
 			_state = State::SENDING;
 			return _requestStream;
 		}
@@ -72,29 +75,39 @@ public:
 		if (_state != State::SENDING) throw IllegalStateException(Texts::NO_REQUEST_SENT);
 		try
 		{
-			_out->finish();
+			Exchange& exchange = *_pExchange;
+			exchange.out.finish();
 			_state = State::RECEIVING;
-			_parser.emplace();
-			_parser->header_limit(MAX_RESPONSE_HEAD_SIZE);
-			_parser->body_limit(maxBodySize);
-			_parser->skip(_headRequest);
+			auto& parser = exchange.parser;
+			parser.header_limit(MAX_RESPONSE_HEAD_SIZE);
+			parser.body_limit(maxBodySize);
+			parser.skip(_headRequest);
 			boost::system::error_code ec;
-			http::read_header(*_io, _buffer, *_parser, ec);
+			http::read_header(exchange.io, _buffer, parser, ec);
 			if (ec) throwNetError(ec, _peer);
 
-			const auto& message = _parser->get();
+			const auto& message = parser.get();
 			response.clear();
 			response.setVersion(MessageHead::versionText(message.version()));
 			response.setStatus(HTTPResponse::HTTPStatus(message.result_int()));
 			response.setReason(std::string(message.reason()));
 			MessageHead::copyFields(message.base(), response);
 
-			_keepAliveAllowed = _settings.getKeepAlive() && _parser->keep_alive();
+			_keepAliveAllowed = _settings.getKeepAlive() && parser.keep_alive();
 			_lastUsed.update();
-			_in.emplace(*_io, _buffer, *_parser, _peer);
-			_responseStream.rdbuf(&*_in);
-			_responseStream.exceptions(std::ios::badbit);
 			_state = State::IDLE;
+			if (parser.is_done())
+			{
+				// No body to stream: the exchange is over already.
+				detachStreams();
+				_pExchange.reset();
+				bodyReceived();
+				_responseStream.rdbuf(&_noBody);
+				return _responseStream;
+			}
+			exchange.in.emplace(*this, exchange.io, _buffer, parser, _peer);
+			_responseStream.rdbuf(&*exchange.in);
+			_responseStream.exceptions(std::ios::badbit);
 			return _responseStream;
 		}
 		catch (...)
@@ -106,14 +119,8 @@ public:
 
 	void close()
 	{
-		_in.reset();
-		_out.reset();
-		// Without a buffer a stream is bad, which must not throw here.
-		_requestStream.exceptions(std::ios::goodbit);
-		_responseStream.exceptions(std::ios::goodbit);
-		_requestStream.rdbuf(nullptr);
-		_responseStream.rdbuf(nullptr);
-		_io.reset();
+		detachStreams();
+		_pExchange.reset();
 		_buffer.clear();
 		if (_fd >= 0) ::close(_fd);
 		_fd = -1;
@@ -134,7 +141,70 @@ private:
 		RECEIVING ///< response head being read
 	};
 
+	using Parser = http::response_parser<http::buffer_body>;
+
+	/// The response body; tells the session when the body has been received.
+	class ResponseBody : public BodyInputBuffer<false>
+	{
+	public:
+		ResponseBody(Impl& session, SocketIO& io, boost::beast::flat_buffer& buffer, Parser& parser,
+		             const std::string& peer)
+		    : BodyInputBuffer<false>(io, buffer, parser, peer), _session(session)
+		{}
+
+	protected:
+		int_type underflow() override
+		{
+			const int_type c = BodyInputBuffer<false>::underflow();
+			if (traits_type::eq_int_type(c, traits_type::eof())) _session.bodyReceived();
+			return c;
+		}
+
+	private:
+		Impl& _session;
+	};
+
+	/// What one exchange needs on top of the connection.
+	struct Exchange
+	{
+		Exchange(int fd, const Timespan& timeout, const std::string& peer) : io(fd, timeout), out(io, peer) {}
+
+		SocketIO io;
+		BodyOutputBuffer out;
+		Parser parser;
+		std::optional<ResponseBody> in;
+	};
+
+	/// The body of a response that has none: reading it gives end of file.
+	class NoBody : public std::streambuf
+	{
+	};
+
 	static const std::string HOST;
+
+	/// The response has been received to its end: a connection that will not
+	/// be reused is closed now rather than at the next exchange (its peer has
+	/// closed it or will), and the read buffer's memory goes.
+	void bodyReceived()
+	{
+		_bodyReceived = true;
+		if (!_keepAliveAllowed && _fd >= 0)
+		{
+			::close(_fd);
+			_fd = -1;
+		}
+		if (_buffer.size() == 0) _buffer.shrink_to_fit();
+	}
+
+	/// Points the streams at nothing, so that the exchange can go.
+	void detachStreams()
+	{
+		// Without a buffer a stream is bad, which must not throw here.
+		_requestStream.exceptions(std::ios::goodbit);
+		_responseStream.exceptions(std::ios::goodbit);
+		_requestStream.rdbuf(nullptr);
+		_responseStream.rdbuf(nullptr);
+	}
 
 	static std::string withoutBrackets(const std::string& host)
 	{
@@ -147,9 +217,9 @@ private:
 	/// server has not closed it meanwhile (which makes it readable).
 	bool reusable() const
 	{
-		return _fd >= 0 && _state == State::IDLE && _in && _in->complete() && _keepAliveAllowed &&
-		       _buffer.size() == 0 && !_lastUsed.isElapsed(keepAliveTimeout.totalMicroseconds()) &&
-		       !_io->readable();
+		return _fd >= 0 && _state == State::IDLE && _bodyReceived && _keepAliveAllowed && _buffer.size() == 0 &&
+		       !_lastUsed.isElapsed(keepAliveTimeout.totalMicroseconds()) &&
+		       !SocketIO(_fd, _settings.getTimeout()).readable();
 	}
 
 	std::string hostField() const
@@ -186,12 +256,11 @@ private:
 	State _state = State::IDLE;
 	bool _headRequest = false;
 	bool _keepAliveAllowed = false;
+	bool _bodyReceived = false; // the last response has been received to its end
 	Clock _lastUsed;
-	std::optional<SocketIO> _io;
-	std::optional<BodyOutputBuffer> _out;
 	boost::beast::flat_buffer _buffer;
-	std::optional<http::response_parser<http::buffer_body>> _parser;
-	std::optional<BodyInputBuffer<false>> _in;
+	std::unique_ptr<Exchange> _pExchange;
+	NoBody _noBody;
 	std::ostream _requestStream;
 	std::istream _responseStream;
 };

@@ -6,7 +6,7 @@
 namespace Tavik {
 namespace Net {
 
-HTTPServerResponse::HTTPServerResponse() : _sent(false) {}
+HTTPServerResponse::HTTPServerResponse() : _sent(false), _finished(false) {}
 
 HTTPServerResponse::~HTTPServerResponse() = default;
 
@@ -15,6 +15,14 @@ std::ostream& HTTPServerResponse::send()
 	if (_sent) throw IllegalStateException(Texts::RESPONSE_ALREADY_SENT);
 	_sent = true;
 	return beginBody();
+}
+
+void HTTPServerResponse::finish()
+{
+	if (_finished) return;
+	if (!_sent) send();
+	_finished = true;
+	endBody();
 }
 
 } // namespace Net

@@ -19,8 +19,7 @@ ServerResponse::ServerResponse(SocketIO& io, const std::string& peer, const HTTP
 
 bool ServerResponse::complete()
 {
-	if (!sent()) send();
-	_body.finish();
+	finish();
 	return _keepAlive;
 }
 
@@ -38,6 +37,11 @@ bool ServerResponse::replaceWithError(HTTPStatus status)
 std::ostream& ServerResponse::beginBody()
 {
 	return _stream;
+}
+
+void ServerResponse::endBody()
+{
+	_body.finish();
 }
 
 BodyOutputBuffer::Head ServerResponse::makeHead(std::size_t bufferedBytes, bool complete)

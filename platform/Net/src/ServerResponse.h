@@ -33,6 +33,7 @@ public:
 
 protected:
 	std::ostream& beginBody() override;
+	void endBody() override;
 
 private:
 	BodyOutputBuffer::Head makeHead(std::size_t bufferedBytes, bool complete);

@@ -32,7 +32,8 @@ public:
 	/// dispatcher or the thread pool reach the HTTP server.
 	void handleRequest(Net::HTTPServerRequest& request, Net::HTTPServerResponse& response) override;
 
-	/// Sends status with its standard reason and no body.
+	/// Sends status with its standard reason and no body, on the wire before
+	/// it returns.
 	void sendResponse(Net::HTTPServerResponse& response, Net::HTTPResponse::HTTPStatus status);
 	/// Answers a new subscription or a renewal; starts the initial event
 	/// notification of a new subscription after the 200.

@@ -15,9 +15,9 @@ namespace Net {
 /// or chunked encoding, a response with no body gets "Content-Length: 0", a
 /// body that fits the stream buffer gets its Content-Length, and a longer one
 /// is sent chunked (HTTP/1.1) or delimited by closing (HTTP/1.0). The head
-/// goes out with the first body bytes flushed, or when the handler returns.
-/// A response to HEAD carries no body. A handler that never calls send()
-/// still gets its status and fields sent when it returns.
+/// goes out with the first body bytes flushed, at finish(), or when the
+/// handler returns. A response to HEAD carries no body. A handler that never
+/// calls send() still gets its status and fields sent when it returns.
 class HTTPServerResponse : public HTTPResponse
 {
 public:
@@ -30,14 +30,30 @@ public:
 	/// True once send() has been called.
 	bool sent() const { return _sent; }
 
+	/// Ends the response now rather than when the handler returns: calls
+	/// send() if the handler has not, then puts the head and the body written
+	/// so far on the wire, framed as a complete body ("Content-Length: 0" when
+	/// nothing was written). For a handler that answers and then starts work
+	/// whose effects the client must see only after the answer. Writing to
+	/// the body afterwards fails; a second call does nothing. Throws the Net
+	/// exceptions of the socket.
+	void finish();
+
+	/// True once finish() has been called.
+	bool finished() const { return _finished; }
+
 protected:
 	HTTPServerResponse();
 
 	/// Called once by send(): starts the response and returns the body stream.
 	virtual std::ostream& beginBody() = 0;
 
+	/// Called once by finish(), after send(): writes out the response.
+	virtual void endBody() = 0;
+
 private:
 	bool _sent;
+	bool _finished;
 };
 
 } // namespace Net
