@@ -167,7 +167,7 @@ TEST_F(HTTPClientSessionTest, RefusedConnectionThrows)
 	}
 	catch (const ConnectionRefusedException& exc)
 	{
-		EXPECT_EQ(exc.message(), "Connection refused: 127.0.0.1:" + std::to_string(notListening.port()));
+		EXPECT_EQ(exc.displayText(), "Connection refused: 127.0.0.1:" + std::to_string(notListening.port()));
 	}
 	notListening.listen();
 	std::thread peer([&] {

@@ -237,7 +237,7 @@ private:
 		hints.ai_flags = AI_NUMERICSERV;
 		addrinfo* pResult = nullptr;
 		if (::getaddrinfo(_host.c_str(), std::to_string(_port).c_str(), &hints, &pResult) != 0)
-			throw HostNotFoundException(Texts::UNKNOWN_HOST, _host);
+			throw HostNotFoundException(_host);
 		boost::system::error_code ec;
 		for (const addrinfo* pEntry = pResult; pEntry && _fd < 0; pEntry = pEntry->ai_next)
 			_fd = SocketIO::connect(pEntry->ai_addr, pEntry->ai_addrlen, pEntry->ai_family,

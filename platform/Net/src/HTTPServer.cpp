@@ -29,7 +29,7 @@ tcp::endpoint resolve(asio::io_context& io, const std::string& host, unsigned sh
 	tcp::resolver resolver(io);
 	const auto results = resolver.resolve(host, std::to_string(port),
 	                                      tcp::resolver::passive | tcp::resolver::numeric_service, ec);
-	if (ec || results.empty()) throw HostNotFoundException(Texts::UNKNOWN_HOST, host);
+	if (ec || results.empty()) throw HostNotFoundException(host);
 	return results.begin()->endpoint();
 }
 

@@ -15,10 +15,10 @@ namespace http = boost::beast::http;
 void throwNetError(const boost::system::error_code& ec, const std::string& peer)
 {
 	if (ec == boost::asio::error::connection_refused)
-		throw ConnectionRefusedException(Texts::CONNECTION_REFUSED, peer);
+		throw ConnectionRefusedException(peer);
 	if (ec == boost::asio::error::timed_out || ec == boost::beast::error::timeout)
-		throw TimeoutException(Texts::TIMEOUT, peer);
-	if (ec == http::error::end_of_stream) throw NoMessageException(Texts::NO_MESSAGE, peer);
+		throw TimeoutException(peer);
+	if (ec == http::error::end_of_stream) throw NoMessageException(peer);
 	if (ec == http::error::partial_message) throw MessageException(Texts::INCOMPLETE_MESSAGE, peer);
 	if (ec == http::error::header_limit || ec == http::error::body_limit)
 		throw MessageException(Texts::MESSAGE_TOO_LARGE, ec.message());

@@ -4,16 +4,14 @@
 namespace Tavik {
 namespace Net {
 
-/// Every message text of the Net library's exceptions, in one place.
+/// Every message text of the Net library's exceptions, in one place. The
+/// exceptions whose name says it all (refused, host not found, timeout, no
+/// message) carry just the peer as their message.
 namespace Texts {
 
 inline constexpr const char* INVALID_CONTENT_LENGTH = "Invalid Content-Length";
 inline constexpr const char* INVALID_HEADER_FIELD = "Invalid header field";
 inline constexpr const char* UNSUPPORTED_VERSION = "Unsupported HTTP version";
-inline constexpr const char* CONNECTION_REFUSED = "Connection refused";
-inline constexpr const char* UNKNOWN_HOST = "Host not found";
-inline constexpr const char* TIMEOUT = "Timeout";
-inline constexpr const char* NO_MESSAGE = "No message received";
 inline constexpr const char* INCOMPLETE_MESSAGE = "Connection closed before the message was complete";
 inline constexpr const char* MALFORMED_MESSAGE = "Malformed HTTP message";
 inline constexpr const char* MESSAGE_TOO_LARGE = "HTTP message too large";
