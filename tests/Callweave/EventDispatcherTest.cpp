@@ -200,6 +200,23 @@ TEST_F(EventDispatcherTest, ExpiredSubscribersLeaveWhenEventsAreFiredOrSubscribe
 	EXPECT_EQ(pDispatcher->subscriberCount(), 2u); // the infinite one and the new one
 }
 
+TEST_F(EventDispatcherTest, ExpiredSubscriberIsNotRevivedBetweenSweeps)
+{
+	AutoPtr<EventDispatcher> pDispatcher = makeDispatcher();
+	pDispatcher->subscribe("uuid:a", "http://a", Clock(now + SECOND / 2));
+	pDispatcher->subscribe("uuid:b", "http://b", Clock(now + SECOND / 2));
+
+	// Within the second after the last sweep: no sweep, but a renewal of an
+	// expired subscriber finds it gone all the same.
+	now += SECOND / 2;
+	pDispatcher->subscribe("uuid:c", "http://c", NEVER);
+	EXPECT_THROW(pDispatcher->subscribe("uuid:a", "", Clock(now + 10 * SECOND)), NotFoundException);
+	EXPECT_EQ(network.records("http://a").back(), "destroyed");
+	pDispatcher->subscribe("uuid:b", "http://b2", NEVER);
+	EXPECT_EQ(network.records("http://b").back(), "destroyed");
+	EXPECT_EQ(pDispatcher->subscriberCount(), 2u);
+}
+
 TEST_F(EventDispatcherTest, DeliveryDrivesTheTransportInOrderAndEndsTheRequest)
 {
 	AutoPtr<EventDispatcher> pDispatcher = makeDispatcher();
@@ -477,9 +494,8 @@ TEST_F(EventDispatcherTest, DestructionWithADeliveryInFlightJoinsItsThreads)
 	pDispatcher->fireEvent("Ev", value(1));
 	pDispatcher->fireEvent("Ev", value(2));
 
-	std::thread releasing([&] {
-		if (network.waitFor("http://slow", "blocked")) network.release();
-	});
+	ASSERT_TRUE(network.waitFor("http://slow", "blocked"));
+	std::thread releasing([&] { network.release(); });
 	pDispatcher = nullptr;
 	releasing.join();
 	EXPECT_EQ(network.transports, 0);

@@ -106,12 +106,17 @@ void EventDispatcher::subscribe(const std::string& sid, const std::string& endPo
 	{
 		ScopedLock<FastMutex> lock(_mutex);
 		if (_stopped) throw IllegalStateException(Texts::DISPATCHER_STOPPED);
-		removeExpiredLocked(current, removed);
+		sweepExpiredLocked(current, removed);
 		const auto it = _subscribers.find(sid);
 		if (it != _subscribers.end())
 		{
-			it->second->expiry = expiry;
-			return;
+			if (!isExpired(it->second->expiry, current))
+			{
+				it->second->expiry = expiry;
+				return;
+			}
+			// Gone already, though the sweep has not come by yet.
+			removeLocked(it->second, removed);
 		}
 	}
 	if (endPoint.empty()) throw NotFoundException(Texts::UNKNOWN_SUBSCRIBER, sid);
@@ -164,11 +169,16 @@ void EventDispatcher::fireEvent(const std::string& eventName, EventWriter writer
 	{
 		ScopedLock<FastMutex> lock(_mutex);
 		if (_stopped) return;
-		removeExpiredLocked(current, removed);
+		Subscribers expired;
 		Subscribers full;
 		for (const auto& entry : _subscribers)
 		{
 			Subscriber& subscriber = *entry.second;
+			if (isExpired(subscriber.expiry, current))
+			{
+				expired.push_back(entry.second);
+				continue;
+			}
 			if (subscriber.queue.size() >= _params.maxQueuedEvents)
 			{
 				full.push_back(entry.second);
@@ -181,6 +191,8 @@ void EventDispatcher::fireEvent(const std::string& eventName, EventWriter writer
 				_ready.push_back(entry.second);
 			}
 		}
+		for (const SubscriberPtr& pSubscriber : expired)
+			removeLocked(pSubscriber, removed);
 		for (const SubscriberPtr& pSubscriber : full)
 			dropLocked(pSubscriber, DROP_QUEUE_FULL, removed, drops);
 		threadError = startThreadsLocked();
@@ -306,8 +318,12 @@ void EventDispatcher::removeLocked(const SubscriberPtr& pSubscriber, Subscribers
 	_subscribers.erase(subscriber.sid);
 }
 
-void EventDispatcher::removeExpiredLocked(Clock now, Subscribers& removed)
+void EventDispatcher::sweepExpiredLocked(Clock now, Subscribers& removed)
 {
+	// A sweep visits every subscriber: once a second at most, so that a burst
+	// of new subscriptions stays linear in their number.
+	if (now < _nextSweep) return;
+	_nextSweep = now + SWEEP_INTERVAL_MICROSECONDS;
 	Subscribers expired;
 	for (const auto& entry : _subscribers)
 	{

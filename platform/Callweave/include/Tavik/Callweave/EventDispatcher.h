@@ -40,7 +40,8 @@ class Serializer;
 /// subscriber holds up only itself.
 ///
 /// A subscriber leaves when it unsubscribes, when its expiry passes (noticed
-/// by subscribe() and fireEvent()), and when it is dropped: when its queue is
+/// by fireEvent(), by a renewal, and by a sweep of subscribe() at most once a
+/// second), and when it is dropped: when its queue is
 /// full or its deliveries keep failing beyond the failure grace. Drops are
 /// logged at warning priority, failed deliveries at notice priority, on the
 /// logger "Tavik.Callweave.EventDispatcher", and both are reported through the
@@ -161,7 +162,9 @@ private:
 	// The ...Locked operations need _mutex. Removed subscribers go to removed,
 	// to be released after the lock, since that may destroy their transport.
 	void removeLocked(const SubscriberPtr& pSubscriber, Subscribers& removed);
-	void removeExpiredLocked(Clock now, Subscribers& removed);
+	/// Removes the expired subscribers, unless the last sweep was less than
+	/// SWEEP_INTERVAL_MICROSECONDS ago.
+	void sweepExpiredLocked(Clock now, Subscribers& removed);
 	void dropLocked(const SubscriberPtr& pSubscriber, DropReason reason, Subscribers& removed,
 	                std::vector<SubscriberDrop>& drops);
 	/// Starts threads for waiting events and wakes idle ones; the error text
@@ -186,6 +189,9 @@ private:
 	std::vector<std::thread> _threads;
 	int _idleThreads = 0;
 	bool _stopped = false;
+	Clock _nextSweep{0}; // guarded by _mutex
+
+	static constexpr Clock::ClockDiff SWEEP_INTERVAL_MICROSECONDS = 1000000;
 };
 
 } // namespace Callweave
