@@ -67,18 +67,19 @@ public:
 	/// waits for the runnables running then).
 	///
 	/// Size: DEFAULT_MIN_CAPACITY (4) threads kept, at most DEFAULT_MAX_CAPACITY
-	/// (256), idle threads above the minimum end after DEFAULT_IDLE_TIME (60 s).
+	/// (1024), idle threads above the minimum end after DEFAULT_IDLE_TIME (60 s).
 	/// The UPnP eventing hosts start one runnable per new subscription that
 	/// sleeps 100 ms before doing its network exchange, and one per renewal,
-	/// whose exchange may last up to 30 s against a slow publisher. A burst of a
-	/// few hundred subscriptions per second therefore keeps a few dozen threads
-	/// busy, and slow publishers many more: 256 leaves room for both while
-	/// still bounding the threads a flood of requests can cost (beyond it,
-	/// start() throws and the caller skips the work).
+	/// whose exchange may last up to 30 s against a slow publisher. A burst of
+	/// 3,000 new subscriptions per second therefore keeps 300 to 400 threads
+	/// busy, and slow publishers more: 1024 leaves room for both while still
+	/// bounding what a flood of requests can cost (an idle thread costs its
+	/// touched stack, some KiB; beyond the bound start() throws and the caller
+	/// skips the work, or refuses it first by checking available()).
 	static ThreadPool& defaultPool();
 
 	static constexpr int DEFAULT_MIN_CAPACITY = 4;
-	static constexpr int DEFAULT_MAX_CAPACITY = 256;
+	static constexpr int DEFAULT_MAX_CAPACITY = 1024;
 	static constexpr int DEFAULT_IDLE_TIME = 60;
 
 private:
