@@ -33,11 +33,21 @@ constexpr const char* SUBSCRIPTION_EXISTS = "A subscription with the given SID a
 constexpr const char* UNKNOWN_SUBSCRIBER = "Unknown subscriber";
 constexpr const char* UNSUBSCRIBE_FAILED = "Unsubscribe (SID: %s) failed: %d %s";
 
+// Listener, with Settings::earlyNotifyGrace: the debug line of a NOTIFY that
+// waits for its SID (the SID).
+constexpr const char* EARLY_NOTIFY_WAITING = "NOTIFY for unknown SID %s waits for a subscription request in flight";
+
 // SubscriptionRenewalThread; URI is the endpoint's path, query and fragment.
-// 412 (URI, SID, status, reason), the re-subscription after it failing (same),
-// another status (same), and an exception (URI, SID, display text).
+// 412 (URI, SID, status, reason), the re-subscription after it failing (URI,
+// SID, and the cause: the status and reason for a 412, GAP_CAUSE after a
+// sequence gap), another status (URI, SID, status, reason), an exception
+// (URI, SID, display text), and a re-subscription after a sequence gap (URI,
+// SID).
 constexpr const char* RENEWAL_RESUBSCRIBING = "Renewal failed; attempting to re-subscribe (URI=%s, SID=%s): %d %s";
-constexpr const char* SUBSCRIPTION_LOST = "Event subscription lost (URI=%s, SID=%s): %d %s";
+constexpr const char* SUBSCRIPTION_LOST = "Event subscription lost (URI=%s, SID=%s): %s";
+constexpr const char* STATUS_CAUSE = "%d %s";
+constexpr const char* GAP_CAUSE = "event sequence gap";
+constexpr const char* GAP_RESUBSCRIBING = "Event sequence gap; attempting to re-subscribe (URI=%s, SID=%s)";
 constexpr const char* RENEWAL_HTTP_ERROR = "HTTP Error while renewing event subscription (URI=%s, SID=%s): %d %s";
 constexpr const char* RENEWAL_ERROR = "Error while renewing event subscription (URI=%s, SID=%s): %s";
 

@@ -6,13 +6,18 @@
 #include "Tavik/Format.h"
 #include "Tavik/NumberParser.h"
 #include "Tavik/String.h"
+#include "Tavik/ThreadPool.h"
 #include "Tavik/URI.h"
 #include "Tavik/UPnP/GENA/StateProvider.h"
 #include "Tavik/UPnP/GENA/SubscriptionRenewalTask.h"
+#include "Tavik/UPnP/GENA/SubscriptionRenewalThread.h"
 #include "Tavik/UPnP/GENA/Transport.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
+#include <limits>
+#include <memory>
 
 namespace Tavik {
 namespace UPnP {
@@ -25,6 +30,7 @@ const std::string Listener::HDR_TIMEOUT = "TIMEOUT";
 const std::string Listener::TIMEOUT_SECOND = "Second-";
 const std::string Listener::TIMEOUT_INFINITE = "Second-infinite";
 const std::string Listener::EMPTY;
+const std::size_t Listener::MAX_EARLY_NOTIFY_WAITS = 4;
 
 namespace {
 
@@ -202,9 +208,126 @@ void Listener::renewalFinished()
 	_renewalFinished.notify_all();
 }
 
+void Listener::subscribeStarted()
+{
+	std::lock_guard<std::mutex> lock(_subscribeMutex);
+	++_subscribesInFlight;
+}
+
+void Listener::subscribeFinished()
+{
+	std::lock_guard<std::mutex> lock(_subscribeMutex);
+	--_subscribesInFlight;
+	// Wakes the NOTIFY requests waiting for a SID: this request has stored
+	// its SID by now, or failed.
+	_subscribeFinished.notify_all();
+}
+
+AutoPtr<Callweave::EventSubscriber> Listener::awaitSubscriber(const std::string& sid)
+{
+	const Timespan grace = settings().earlyNotifyGrace;
+	if (grace <= Timespan()) return nullptr;
+	const auto deadline = std::chrono::steady_clock::now() + std::chrono::microseconds(grace.totalMicroseconds());
+	std::unique_lock<std::mutex> lock(_subscribeMutex);
+	// Looks once more: the SID may have been stored since the caller looked.
+	if (_subscribesInFlight == 0 || _earlyNotifyWaits >= MAX_EARLY_NOTIFY_WAITS) return findSubscriber(sid);
+	++_earlyNotifyWaits;
+	if (_logger.debug())
+	{
+		lock.unlock();
+		_logger.debug(format(Texts::EARLY_NOTIFY_WAITING, sid));
+		lock.lock();
+	}
+	AutoPtr<Callweave::EventSubscriber> pSubscriber;
+	// A subscription request stores its SID before it stops counting as in
+	// flight, so the last check after the wake-up sees it.
+	_subscribeFinished.wait_until(lock, deadline, [&] {
+		pSubscriber = findSubscriber(sid);
+		return pSubscriber || _subscribesInFlight == 0;
+	});
+	--_earlyNotifyWaits;
+	return pSubscriber;
+}
+
+namespace {
+
+/// Whether a SEQ lies ahead of the expected one, or behind it (a duplicate or
+/// an older one): serial number arithmetic, half the number space each way.
+bool isAhead(std::uint32_t received, std::uint32_t expected)
+{
+	return static_cast<std::uint32_t>(received - expected) < (std::uint32_t(1) << 31);
+}
+
+} // namespace
+
+void Listener::sequenceReceived(const std::string& sid, const std::string& seq)
+{
+	unsigned received = 0;
+	if (!NumberParser::tryParseUnsigned(seq, received)) return;
+	SequenceGap gap;
+	AutoPtr<Callweave::EventSubscriber> pResubscribe;
+	{
+		ScopedLock<FastMutex> lock(_mutex);
+		auto it = _subscriptions.find(sid);
+		if (!_settings.trackSequence || it == _subscriptions.end()) return;
+		auto inserted = _sequences.emplace(sid, Sequence());
+		Sequence& sequence = inserted.first->second;
+		// A subscription starts with its initial NOTIFY, SEQ 0; after 4294967295 comes 1.
+		const std::uint32_t expected = inserted.second ? 0
+			: sequence.last == std::numeric_limits<std::uint32_t>::max() ? 1 : sequence.last + 1;
+		if (received == 0 || received == expected)
+		{
+			sequence.last = received;
+			return;
+		}
+		// Before the first NOTIFY every SEQ lies ahead.
+		if (!inserted.second && !isAhead(received, expected)) return;
+		sequence.last = received;
+		gap = SequenceGap{sid, it->second.pSubscriber->endpointURI(), expected, received};
+		if (_settings.resubscribeOnGap && !sequence.resubscribing && !_closing)
+		{
+			sequence.resubscribing = true;
+			pResubscribe = it->second.pSubscriber;
+		}
+	}
+	try
+	{
+		sequenceGap.notify(this, gap);
+	}
+	catch (const Exception& exc)
+	{
+		_logger.log(exc);
+	}
+	if (!pResubscribe) return;
+	// Off the server's thread: the re-subscription waits on the publisher,
+	// whose initial NOTIFY may come back to this very server.
+	std::unique_ptr<SubscriptionRenewalThread> pThread(new SubscriptionRenewalThread(*this, pResubscribe, sid, 0,
+		SubscriptionRenewalThread::Action::RESUBSCRIBE));
+	try
+	{
+		ThreadPool::defaultPool().start(*pThread);
+		pThread.release(); // the run deletes itself when done
+	}
+	catch (const Exception& exc)
+	{
+		// The pool refused it: logged, and the next gap may try again.
+		_logger.log(exc);
+		ScopedLock<FastMutex> lock(_mutex);
+		auto it = _sequences.find(sid);
+		if (it != _sequences.end()) it->second.resubscribing = false;
+	}
+}
+
 std::string Listener::subscribeToEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber)
 {
 	if (!pSubscriber) throw NullPointerException();
+
+	struct InFlight
+	{
+		explicit InFlight(Listener& listener) : listener(listener) { listener.subscribeStarted(); }
+		~InFlight() { listener.subscribeFinished(); }
+		Listener& listener;
+	} inFlight(*this);
 
 	const URI endpoint(pSubscriber->endpointURI());
 	const int requested = _eventSubscriptionTimeout;
@@ -248,6 +371,7 @@ void Listener::unsubscribeFromEvents(AutoPtr<Callweave::EventSubscriber> pSubscr
 		{
 			sid = it->first;
 			if (it->second.pRenewalTask) it->second.pRenewalTask->cancel();
+			_sequences.erase(sid);
 			_subscriptions.erase(it);
 		}
 	}

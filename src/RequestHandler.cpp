@@ -41,8 +41,6 @@ bool extractCallbackURL(const std::string& header, std::string& url)
 	return true;
 }
 
-/// Seconds requested by a TIMEOUT header, 0 for infinite; false when the
-/// header is neither "Second-infinite" nor "Second-" and an integer.
 /// Whether the host of callbackURL is the address the request came from.
 bool callbackIsPeer(const std::string& callbackURL, const HTTPServerRequest& request)
 {
@@ -51,21 +49,6 @@ bool callbackIsPeer(const std::string& callbackURL, const HTTPServerRequest& req
 		return URI(callbackURL).getHost() == request.clientAddress().host();
 	}
 	catch (const Exception&)
-	{
-		return false;
-	}
-}
-
-/// Whether dispatcher knows sid.
-bool knowsSubscriber(Callweave::EventDispatcher& dispatcher, const std::string& sid)
-{
-	ScopedLock<FastMutex> lock(dispatcher.mutex());
-	try
-	{
-		dispatcher.transportForSubscriber(sid);
-		return true;
-	}
-	catch (const NotFoundException&)
 	{
 		return false;
 	}
@@ -151,9 +134,12 @@ void RequestHandler::handleSubscribe(HTTPServerRequest& request, HTTPServerRespo
 	const std::string uri = "http://" + _listener.endPoint() + request.getURI();
 	AutoPtr<Callweave::EventDispatcher> pDispatcher = Callweave::ORB::instance().findEventDispatcher(uri, Transport::PROTOCOL);
 	if (!pDispatcher) return sendResponse(response, HTTPResponse::HTTP_NOT_FOUND);
-	if (renewal && settings.strictRenewal && !knowsSubscriber(*pDispatcher, sid))
-		return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
 	if (!renewal && settings.maxSubscriptions > 0 && pDispatcher->subscriberCount() >= settings.maxSubscriptions)
+		return sendResponse(response, HTTPResponse::HTTP_SERVICE_UNAVAILABLE);
+	// The initial event of a new subscription needs a pool thread. Without a
+	// free one, 503 (try again later) beats a 200 for a subscription that
+	// would never be registered.
+	if (!renewal && ThreadPool::defaultPool().available() == 0)
 		return sendResponse(response, HTTPResponse::HTTP_SERVICE_UNAVAILABLE);
 
 	Clock expiry(0);
@@ -162,6 +148,20 @@ void RequestHandler::handleSubscribe(HTTPServerRequest& request, HTTPServerRespo
 		expiry.update();
 		expiry += static_cast<Clock::ClockDiff>(timeout) * 1000000;
 	}
+	const bool refreshFirst = renewal && settings.strictRenewal;
+	if (refreshFirst)
+	{
+		// Refreshed before the answer: a SID the dispatcher does not know, or
+		// has just found expired, gets 412 rather than a 200 for nothing.
+		try
+		{
+			pDispatcher->subscribe(sid, callbackURL, expiry);
+		}
+		catch (const NotFoundException&)
+		{
+			return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+		}
+	}
 
 	response.set(Transport::HDR_SID, sid);
 	response.set(Listener::HDR_TIMEOUT, timeout == 0 ? Listener::TIMEOUT_INFINITE : format("%s%d", Listener::TIMEOUT_SECOND, timeout));
@@ -169,7 +169,7 @@ void RequestHandler::handleSubscribe(HTTPServerRequest& request, HTTPServerRespo
 
 	if (renewal)
 	{
-		pDispatcher->subscribe(sid, callbackURL, expiry);
+		if (!refreshFirst) pDispatcher->subscribe(sid, callbackURL, expiry);
 		return;
 	}
 	std::unique_ptr<InitialEventNotificationThread> pThread(new InitialEventNotificationThread(_listener, pDispatcher,
@@ -201,8 +201,12 @@ void RequestHandler::handleUnsubscribe(HTTPServerRequest& request, HTTPServerRes
 void RequestHandler::handleNotify(HTTPServerRequest& request, HTTPServerResponse& response)
 {
 	if (!request.has(Transport::HDR_SID)) return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
-	AutoPtr<Callweave::EventSubscriber> pSubscriber = _listener.findSubscriber(request.get(Transport::HDR_SID));
+	const std::string& sid = request.get(Transport::HDR_SID);
+	AutoPtr<Callweave::EventSubscriber> pSubscriber = _listener.findSubscriber(sid);
+	// The initial NOTIFY may overtake the response to our SUBSCRIBE.
+	if (!pSubscriber) pSubscriber = _listener.awaitSubscriber(sid);
 	if (!pSubscriber) return sendResponse(response, HTTPResponse::HTTP_PRECONDITION_FAILED);
+	_listener.sequenceReceived(sid, request.get(Transport::HDR_SEQ, Listener::EMPTY));
 	try
 	{
 		ServerTransport transport(request);

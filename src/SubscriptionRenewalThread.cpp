@@ -13,9 +13,9 @@ namespace GENA {
 
 SubscriptionRenewalThread::SubscriptionRenewalThread(Listener& listener,
                                                      AutoPtr<Callweave::EventSubscriber> pSubscriber,
-                                                     const std::string& sid, int timeout)
+                                                     const std::string& sid, int timeout, Action action)
     : _listener(listener), _pSubscriber(std::move(pSubscriber)), _sid(sid), _timeout(timeout),
-      _logger(Logger::get("UPnP.GENA.SubscriptionRenewalThread"))
+      _action(action), _logger(Logger::get("UPnP.GENA.SubscriptionRenewalThread"))
 {
 	_listener.renewalStarted();
 }
@@ -30,7 +30,16 @@ void SubscriptionRenewalThread::run()
 {
 	try
 	{
-		renew();
+		if (_action == Action::RENEW)
+		{
+			renew();
+		}
+		else
+		{
+			const std::string uri = logURI();
+			if (_logger.warning()) _logger.warning(format(Texts::GAP_RESUBSCRIBING, uri, _sid));
+			resubscribe(uri, Texts::GAP_CAUSE);
+		}
 	}
 	catch (...)
 	{
@@ -40,16 +49,25 @@ void SubscriptionRenewalThread::run()
 	delete this;
 }
 
+std::string SubscriptionRenewalThread::logURI() const
+{
+	try
+	{
+		return URI(_pSubscriber->endpointURI()).getPathEtc();
+	}
+	catch (const Exception&)
+	{
+		return _pSubscriber->endpointURI();
+	}
+}
+
 void SubscriptionRenewalThread::renew()
 {
 	const std::string& endpointURI = _pSubscriber->endpointURI();
-	// The log lines name the endpoint by its path, query and fragment; an
-	// endpoint that does not parse is named as it is.
-	std::string uri = endpointURI;
+	const std::string uri = logURI();
 	try
 	{
 		const URI endpoint(endpointURI);
-		uri = endpoint.getPathEtc();
 		Net::HTTPRequest request = PublisherExchange::request(Listener::SUBSCRIBE, endpoint);
 		request.set(Transport::HDR_SID, _sid);
 		request.set(Listener::HDR_TIMEOUT, format("%s%d", Listener::TIMEOUT_SECOND, _timeout));
@@ -63,7 +81,10 @@ void SubscriptionRenewalThread::renew()
 		}
 		else if (status == Net::HTTPResponse::HTTP_PRECONDITION_FAILED)
 		{
-			resubscribe(uri, status, response.getReason());
+			if (_logger.warning())
+				_logger.warning(
+				    format(Texts::RENEWAL_RESUBSCRIBING, uri, _sid, status, response.getReason()));
+			resubscribe(uri, format(Texts::STATUS_CAUSE, status, response.getReason()));
 		}
 		else
 		{
@@ -79,11 +100,11 @@ void SubscriptionRenewalThread::renew()
 	}
 }
 
-void SubscriptionRenewalThread::resubscribe(const std::string& uri, int status, const std::string& reason)
+void SubscriptionRenewalThread::resubscribe(const std::string& uri, const std::string& cause)
 {
 	// The publisher has forgotten the SID (it restarted, or the subscription
-	// expired): drop the old entry and its task, then subscribe anew.
-	if (_logger.warning()) _logger.warning(format(Texts::RENEWAL_RESUBSCRIBING, uri, _sid, status, reason));
+	// expired), or events were lost: drop the old entry and its task, then
+	// subscribe anew, which brings the whole state again.
 	try
 	{
 		_listener.unsubscribeFromEvents(_pSubscriber);
@@ -92,17 +113,17 @@ void SubscriptionRenewalThread::resubscribe(const std::string& uri, int status, 
 	catch (const Exception& exc)
 	{
 		_logger.log(exc);
-		reportLost(uri, status, reason);
+		reportLost(uri, cause);
 	}
 	catch (...)
 	{
-		reportLost(uri, status, reason);
+		reportLost(uri, cause);
 	}
 }
 
-void SubscriptionRenewalThread::reportLost(const std::string& uri, int status, const std::string& reason)
+void SubscriptionRenewalThread::reportLost(const std::string& uri, const std::string& cause)
 {
-	if (_logger.error()) _logger.error(format(Texts::SUBSCRIPTION_LOST, uri, _sid, status, reason));
+	if (_logger.error()) _logger.error(format(Texts::SUBSCRIPTION_LOST, uri, _sid, cause));
 	_listener.subscriptionLost.notify(&_listener, _pSubscriber->endpointURI());
 }
 

@@ -51,6 +51,10 @@ TEST_F(ListenerTest, DefaultsAndURIs)
 	EXPECT_FALSE(settings.strictRenewal);
 	EXPECT_EQ(0u, settings.maxSubscriptions);
 	EXPECT_EQ(0, settings.maxTimeout);
+	EXPECT_EQ(Timespan(), settings.earlyNotifyGrace);
+	EXPECT_FALSE(settings.trackSequence);
+	EXPECT_FALSE(settings.resubscribeOnGap);
+	EXPECT_EQ(4u, Listener::MAX_EARLY_NOTIFY_WAITS);
 }
 
 TEST_F(ListenerTest, StateProvidersAreKeyedByPath)

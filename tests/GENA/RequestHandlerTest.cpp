@@ -289,6 +289,18 @@ TEST_F(RequestHandlerTest, StrictRenewalRefusesUnknownSid)
 	EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, run("SUBSCRIBE", {{"SID", "uuid:unknown"}}).status);
 }
 
+TEST_F(RequestHandlerTest, StrictRenewalRefusesExpiredSid)
+{
+	TransportFactory::registerFactory();
+	_pDispatcher->subscribe("uuid:late", "http://127.0.0.1:1/cb", Clock(1));
+	Listener::Settings settings;
+	settings.strictRenewal = true;
+	_pListener->setSettings(settings);
+	EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, run("SUBSCRIBE", {{"SID", "uuid:late"}}).status);
+	EXPECT_EQ(0u, _pDispatcher->subscriberCount());
+	TransportFactory::unregisterFactory();
+}
+
 TEST_F(RequestHandlerTest, SubscriptionCapAndStrictRenewalOfKnownSid)
 {
 	TransportFactory::registerFactory();

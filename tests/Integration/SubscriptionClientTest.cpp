@@ -2,10 +2,12 @@
 // unsubscribeFromEvents, and the renewal task and worker, against a scripted
 // publisher that records what it receives.
 
+#include "GENATestSupport.h"
 #include "ScriptedPublisher.h"
 #include "Tavik/Callweave/GenericEventSubscriber.h"
 #include "Tavik/Exception.h"
 #include "Tavik/Logger.h"
+#include "Tavik/Net/HTTPClientSession.h"
 #include "Tavik/TestChannel.h"
 #include "Tavik/Thread.h"
 #include "Tavik/UPnP/GENA/Listener.h"
@@ -23,6 +25,9 @@ using namespace Tavik::UPnP::GENA;
 using Tavik::Callweave::EventSubscriber;
 using Tavik::Callweave::GenericEventSubscriber;
 using Tavik::Net::HTTPResponse;
+using TestSupport::EventCounter;
+using TestSupport::EventRecorder;
+using TestSupport::ListenerEndpoint;
 using TestSupport::PublisherAnswer;
 using TestSupport::PublisherRequest;
 using TestSupport::ScriptedPublisher;
@@ -60,51 +65,6 @@ ScriptedPublisher::Script granting(const std::string& timeout,
 		return status(renewalStatus);
 	};
 }
-
-/// Counts the firings of one listener event, and lets a test wait for them.
-/// The delegate shares its state, so that a renewal worker still firing
-/// after the counter is gone does no harm.
-class EventCounter
-{
-public:
-	explicit EventCounter(BasicEvent<const std::string>& event)
-	    : _event(event), _pState(std::make_shared<State>()),
-	      _delegate([pState = _pState](const void*, const std::string& uri) {
-		      std::lock_guard<std::mutex> lock(pState->mutex);
-		      pState->uris.push_back(uri);
-		      pState->changed.notify_all();
-	      })
-	{
-		_event += _delegate;
-	}
-
-	~EventCounter() { _event -= _delegate; }
-
-	bool waitFor(std::size_t n)
-	{
-		std::unique_lock<std::mutex> lock(_pState->mutex);
-		return _pState->changed.wait_for(lock, TestSupport::DEADLINE,
-		                                 [&] { return _pState->uris.size() >= n; });
-	}
-
-	std::vector<std::string> uris()
-	{
-		std::lock_guard<std::mutex> lock(_pState->mutex);
-		return _pState->uris;
-	}
-
-private:
-	struct State
-	{
-		std::mutex mutex;
-		std::condition_variable changed;
-		std::vector<std::string> uris;
-	};
-
-	BasicEvent<const std::string>& _event;
-	std::shared_ptr<State> _pState;
-	Delegate<const std::string> _delegate;
-};
 
 /// Polls condition until it holds; false at the deadline. For state that no
 /// event announces (the table after a re-subscription).
@@ -595,4 +555,310 @@ TEST_F(SubscriptionClientTest, ThrowingRenewedDelegateCountsAsAFailedRenewal)
 	                              Message::PRIO_ERROR));
 	pListener->subscriptionRenewed -= throwing;
 	pListener->unsubscribeFromEvents(pSubscriber);
+}
+
+TEST_F(SubscriptionClientTest, RenewalGrantingAnotherTimeoutKeepsThePeriod)
+{
+	ScriptedPublisher publisher([](const PublisherRequest& request, std::size_t) {
+		if (isRenewal(request)) return grant(request.headers.get("SID"), "Second-1800");
+		return grant("uuid:s1", "Second-1");
+	});
+	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
+	EventCounter renewed(pListener->subscriptionRenewed);
+
+	pListener->subscribeToEvents(pSubscriber);
+
+	// A period taken from the renewal's grant would be 1350 s.
+	ASSERT_TRUE(renewed.waitFor(3));
+	pListener->unsubscribeFromEvents(pSubscriber);
+	for (const PublisherRequest& request : publisher.requests())
+	{
+		if (isRenewal(request))
+		{
+			EXPECT_EQ("Second-1", request.headers.get("TIMEOUT", ""));
+		}
+	}
+}
+
+// ---- The listener's settings for NOTIFY: early-NOTIFY grace and SEQ tracking ----
+
+namespace {
+
+const std::string EARLY_WAIT_PREFIX = "NOTIFY for unknown SID ";
+
+/// Sends a NOTIFY with sid, seq (no SEQ header when empty) and the property
+/// Count=value to port on 127.0.0.1; returns the status.
+int sendNotify(unsigned short port, const std::string& sid, const std::string& seq, const std::string& value)
+{
+	const std::string body =
+	    "<?xml version=\"1.0\"?><e:propertyset xmlns:e=\"urn:schemas-upnp-org:event-1-0\">"
+	    "<e:property><Count>" +
+	    value + "</Count></e:property></e:propertyset>";
+	Net::HTTPClientSession session("127.0.0.1", port);
+	Net::HTTPRequest request("NOTIFY", "/upnp-eventing", Net::HTTPMessage::HTTP_1_1);
+	request.set("NT", "upnp:event");
+	request.set("NTS", "upnp:propchange");
+	request.set("SID", sid);
+	if (!seq.empty()) request.set("SEQ", seq);
+	request.setContentLength(static_cast<std::streamsize>(body.size()));
+	session.sendRequest(request) << body;
+	Net::HTTPResponse response;
+	session.receiveResponse(response);
+	return response.getStatus();
+}
+
+/// A subscriber listener with a real event endpoint, and a publisher that
+/// holds its answer to the first SUBSCRIBE until the test releases it.
+class ListenerSettingsTest : public ::testing::Test
+{
+protected:
+	void SetUp() override
+	{
+		Logger::setChannel("UPnP.GENA", pChannel);
+		Logger::setLevel("UPnP.GENA", Message::PRIO_DEBUG);
+	}
+
+	void TearDown() override
+	{
+		release.open();
+		Logger::setChannel("UPnP.GENA", nullptr);
+	}
+
+	void configure(Timespan grace, bool trackSequence = false, bool resubscribeOnGap = false)
+	{
+		Listener::Settings settings = endpoint.pListener->settings();
+		settings.earlyNotifyGrace = grace;
+		settings.trackSequence = trackSequence;
+		settings.resubscribeOnGap = resubscribeOnGap;
+		endpoint.pListener->setSettings(settings);
+	}
+
+	/// Starts subscribing and returns once the publisher holds the SUBSCRIBE.
+	std::future<void> subscribeHeld()
+	{
+		auto subscribed = std::async(std::launch::async,
+		                             [this] { endpoint.pListener->subscribeToEvents(recorder.pSubscriber); });
+		EXPECT_TRUE(subscribeArrived.wait());
+		return subscribed;
+	}
+
+	std::future<int> notifyAsync(const std::string& sid)
+	{
+		return std::async(std::launch::async,
+		                  [this, sid] { return sendNotify(endpoint.port(), sid, "0", "7"); });
+	}
+
+	AutoPtr<TestChannel> pChannel = new TestChannel;
+	TestSupport::Gate subscribeArrived;
+	TestSupport::Gate release;
+	ScriptedPublisher publisher{[this](const PublisherRequest& request, std::size_t) {
+		if (request.method != "SUBSCRIBE") return status(HTTPResponse::HTTP_OK);
+		subscribeArrived.open();
+		release.wait();
+		return grant("uuid:s1", "Second-1800");
+	}};
+	EventRecorder recorder{publisher.url(PATH)};
+	Util::Timer timer;
+	ListenerEndpoint endpoint{timer};
+};
+
+} // namespace
+
+struct EarlyNotifyRow
+{
+	const char* name;
+	Timespan grace;
+	int status;
+};
+
+void PrintTo(const EarlyNotifyRow& row, std::ostream* pStream)
+{
+	*pStream << row.name;
+}
+
+class EarlyNotifyTest : public ListenerSettingsTest, public ::testing::WithParamInterface<EarlyNotifyRow>
+{
+};
+
+TEST_P(EarlyNotifyTest, InitialNotifyBeforeTheSubscribeResponse)
+{
+	configure(GetParam().grace);
+	std::future<void> subscribed = subscribeHeld();
+
+	std::future<int> notified = notifyAsync("uuid:s1");
+	if (GetParam().status == HTTPResponse::HTTP_OK)
+		ASSERT_TRUE(pChannel->waitFor(1, EARLY_WAIT_PREFIX + "uuid:s1 waits", Message::PRIO_DEBUG));
+	else
+		EXPECT_EQ(GetParam().status, notified.get());
+	release.open();
+	subscribed.get();
+
+	if (GetParam().status == HTTPResponse::HTTP_OK)
+	{
+		EXPECT_EQ(GetParam().status, notified.get());
+		EXPECT_EQ(std::vector<std::string>{"Count=7"}, recorder.events());
+	}
+	else
+	{
+		EXPECT_TRUE(recorder.events().empty());
+	}
+	endpoint.pListener->unsubscribeFromEvents(recorder.pSubscriber);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ListenerSettings, EarlyNotifyTest,
+    ::testing::Values(EarlyNotifyRow{"NoGrace", Timespan(), HTTPResponse::HTTP_PRECONDITION_FAILED},
+                      EarlyNotifyRow{"GraceWaitsForTheSid", Timespan(20, 0), HTTPResponse::HTTP_OK}),
+    [](const ::testing::TestParamInfo<EarlyNotifyRow>& info) { return std::string(info.param.name); });
+
+TEST_F(ListenerSettingsTest, UnknownSidGets412WhenTheGraceRunsOut)
+{
+	configure(Timespan(0, 200 * 1000));
+	std::future<void> subscribed = subscribeHeld();
+
+	// The subscription request is still held: only the grace ends the wait.
+	EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, notifyAsync("uuid:other").get());
+	EXPECT_EQ(1u, pChannel->count(EARLY_WAIT_PREFIX + "uuid:other waits for a subscription request in flight",
+	                              Message::PRIO_DEBUG));
+	release.open();
+	subscribed.get();
+	EXPECT_TRUE(recorder.events().empty());
+}
+
+TEST_F(ListenerSettingsTest, WaitsBeyondTheBoundGet412AtOnce)
+{
+	configure(Timespan(20, 0));
+	std::future<void> subscribed = subscribeHeld();
+	std::vector<std::future<int>> parked;
+	for (std::size_t i = 0; i < Listener::MAX_EARLY_NOTIFY_WAITS; ++i)
+		parked.push_back(notifyAsync("uuid:other"));
+	ASSERT_TRUE(pChannel->waitFor(Listener::MAX_EARLY_NOTIFY_WAITS, EARLY_WAIT_PREFIX, Message::PRIO_DEBUG));
+
+	// Answered while the others still wait and the SUBSCRIBE is still held.
+	EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, notifyAsync("uuid:s1").get());
+	EXPECT_EQ(Listener::MAX_EARLY_NOTIFY_WAITS, pChannel->count(EARLY_WAIT_PREFIX, Message::PRIO_DEBUG));
+
+	// The end of the subscription request ends the waits of unknown SIDs.
+	release.open();
+	subscribed.get();
+	for (std::future<int>& notified : parked)
+		EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, notified.get());
+	EXPECT_TRUE(recorder.events().empty());
+}
+
+struct SequenceRow
+{
+	const char* name;
+	bool trackSequence;
+	std::vector<std::string> seqs;
+	std::vector<std::pair<std::uint32_t, std::uint32_t>> gaps; // expected, received
+};
+
+void PrintTo(const SequenceRow& row, std::ostream* pStream)
+{
+	*pStream << row.name;
+}
+
+class SequenceGapTest : public ListenerSettingsTest, public ::testing::WithParamInterface<SequenceRow>
+{
+};
+
+TEST_P(SequenceGapTest, ReportsSkippedNumbersAndDeliversEveryNotify)
+{
+	configure(Timespan(), GetParam().trackSequence);
+	endpoint.pListener->addSubscription("uuid:t", Listener::Subscription{recorder.pSubscriber, nullptr});
+	std::mutex mutex;
+	std::vector<Listener::SequenceGap> gaps;
+	// Fired on the server's thread before the response: recorded once a NOTIFY is answered.
+	Delegate<const Listener::SequenceGap> onGap([&](const void*, const Listener::SequenceGap& gap) {
+		std::lock_guard<std::mutex> lock(mutex);
+		gaps.push_back(gap);
+	});
+	endpoint.pListener->sequenceGap += onGap;
+
+	for (const std::string& seq : GetParam().seqs)
+		EXPECT_EQ(HTTPResponse::HTTP_OK, sendNotify(endpoint.port(), "uuid:t", seq, "v" + seq)) << seq;
+
+	endpoint.pListener->sequenceGap -= onGap;
+	std::lock_guard<std::mutex> lock(mutex);
+	ASSERT_EQ(GetParam().gaps.size(), gaps.size());
+	for (std::size_t k = 0; k < gaps.size(); ++k)
+	{
+		EXPECT_EQ("uuid:t", gaps[k].sid);
+		EXPECT_EQ(publisher.url(PATH), gaps[k].endpointURI);
+		EXPECT_EQ(GetParam().gaps[k].first, gaps[k].expected);
+		EXPECT_EQ(GetParam().gaps[k].second, gaps[k].received);
+	}
+	EXPECT_EQ(GetParam().seqs.size(), recorder.events().size());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ListenerSettings, SequenceGapTest,
+    ::testing::Values(
+        SequenceRow{"InOrder", true, {"0", "1", "2", "3"}, {}},
+        SequenceRow{"Skipped", true, {"0", "1", "4", "5"}, {{2, 4}}},
+        SequenceRow{"FirstIsNotZero", true, {"3", "4"}, {{0, 3}}},
+        SequenceRow{"Duplicate", true, {"0", "1", "1", "2"}, {}},
+        SequenceRow{"Older", true, {"0", "1", "2", "3", "1", "4"}, {}},
+        SequenceRow{"ZeroStartsAgain", true, {"0", "1", "2", "0", "1"}, {}},
+        SequenceRow{"WrapToOne", true, {"4294967294", "4294967295", "1", "2"}, {{0, 4294967294u}}},
+        SequenceRow{"GapAcrossTheWrap", true, {"4294967294", "2"}, {{0, 4294967294u}, {4294967295u, 2}}},
+        SequenceRow{"OlderAcrossTheWrap", true, {"4294967295", "1", "4294967295"}, {{0, 4294967295u}}},
+        SequenceRow{"NoDecimalSeqIsNotTracked", true, {"0", "", "x", "-1", "1"}, {}},
+        SequenceRow{"Off", false, {"0", "5", "9"}, {}}),
+    [](const ::testing::TestParamInfo<SequenceRow>& info) { return std::string(info.param.name); });
+
+TEST(ListenerSettings, ResubscribeOnGapBringsTheInitialStateAgain)
+{
+	AutoPtr<TestChannel> pChannel = new TestChannel;
+	Logger::setChannel("UPnP.GENA", pChannel);
+	Logger::setLevel("UPnP.GENA", Message::PRIO_DEBUG);
+	Util::Timer timer;
+	ListenerEndpoint endpoint(timer);
+	std::mutex mutex;
+	std::vector<std::future<int>> initialNotifies;
+	// Like a real publisher: a new subscription gets its initial NOTIFY (SEQ 0)
+	// on a connection of its own, which may overtake the SUBSCRIBE response.
+	ScriptedPublisher publisher([&](const PublisherRequest& request, std::size_t) {
+		if (request.method != "SUBSCRIBE" || isRenewal(request)) return status(HTTPResponse::HTTP_OK);
+		std::lock_guard<std::mutex> lock(mutex);
+		const std::string sid = "uuid:s" + std::to_string(initialNotifies.size() + 1);
+		initialNotifies.push_back(std::async(std::launch::async, [&endpoint, sid] {
+			return sendNotify(endpoint.port(), sid, "0", "state of " + sid);
+		}));
+		return grant(sid, "Second-1800");
+	});
+	EventRecorder recorder(publisher.url(PATH));
+	Listener::Settings settings;
+	settings.earlyNotifyGrace = Timespan(20, 0);
+	settings.trackSequence = true;
+	settings.resubscribeOnGap = true;
+	endpoint.pListener->setSettings(settings);
+
+	endpoint.pListener->subscribeToEvents(recorder.pSubscriber);
+	ASSERT_TRUE(recorder.waitFor(1));
+	EXPECT_EQ(HTTPResponse::HTTP_OK, sendNotify(endpoint.port(), "uuid:s1", "2", "after a gap"));
+
+	ASSERT_TRUE(recorder.waitFor(3));
+	EXPECT_EQ(
+	    (std::vector<std::string>{"Count=state of uuid:s1", "Count=after a gap", "Count=state of uuid:s2"}),
+	    recorder.events());
+	EXPECT_EQ(
+	    1u, pChannel->count("Event sequence gap; attempting to re-subscribe (URI=/dev/svc?x=1, SID=uuid:s1)",
+	                        Message::PRIO_WARNING));
+	const std::vector<PublisherRequest> requests = publisher.requests();
+	ASSERT_EQ(3u, requests.size());
+	EXPECT_EQ("UNSUBSCRIBE", requests[1].method);
+	EXPECT_EQ("uuid:s1", requests[1].headers.get("SID", ""));
+	EXPECT_EQ("SUBSCRIBE", requests[2].method);
+	EXPECT_FALSE(requests[2].headers.has("SID"));
+	EXPECT_TRUE(endpoint.pListener->findSubscriber("uuid:s1").isNull());
+	EXPECT_EQ(AutoPtr<EventSubscriber>(recorder.pSubscriber), endpoint.pListener->findSubscriber("uuid:s2"));
+	{
+		std::lock_guard<std::mutex> lock(mutex);
+		for (std::future<int>& notified : initialNotifies)
+			EXPECT_EQ(HTTPResponse::HTTP_OK, notified.get());
+	}
+	endpoint.pListener->unsubscribeFromEvents(recorder.pSubscriber);
+	Logger::setChannel("UPnP.GENA", nullptr);
 }

@@ -4,6 +4,7 @@
 #include "Tavik/Net/HTTPRequestHandler.h"
 #include "Tavik/Net/HTTPRequestHandlerFactory.h"
 #include "Tavik/Net/HTTPServer.h"
+#include "Tavik/Net/HTTPServerParams.h"
 #include "Tavik/Net/HTTPServerRequest.h"
 #include "Tavik/Net/HTTPServerResponse.h"
 #include "Tavik/Net/NameValueCollection.h"
@@ -28,23 +29,29 @@ struct RecordedRequest
 	unsigned short clientPort = 0;
 };
 
-/// An HTTP server on 127.0.0.1 (a free port) that records every request and
-/// answers each with the status that answerWith() chose (200 by default).
+/// An HTTP server on 127.0.0.1 (or host; a free port) that records every
+/// request and answers each with the status that answerWith() chose (200 by
+/// default).
 class RecordingServer
 {
 public:
 	using Answer = std::function<Tavik::Net::HTTPResponse::HTTPStatus(const RecordedRequest&)>;
 
-	RecordingServer() : _pState(std::make_shared<State>())
+	explicit RecordingServer(const Tavik::Net::HTTPServerParams& params = Tavik::Net::HTTPServerParams(),
+	                         const std::string& host = "127.0.0.1")
+	    : _pState(std::make_shared<State>()), _host(host)
 	{
-		_pServer = std::make_unique<Tavik::Net::HTTPServer>(std::make_shared<Factory>(_pState), "127.0.0.1", 0);
+		_pServer = std::make_unique<Tavik::Net::HTTPServer>(std::make_shared<Factory>(_pState), host, 0, params);
 		_pServer->start();
 	}
 
 	~RecordingServer() { _pServer->stop(); }
 
 	unsigned short port() const { return _pServer->port(); }
-	std::string url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port()) + path; }
+	std::string url(const std::string& path) const
+	{
+		return "http://" + _host + ":" + std::to_string(port()) + path;
+	}
 
 	/// Decides the status of each following answer.
 	void answerWith(Answer answer)
@@ -117,6 +124,7 @@ private:
 	};
 
 	std::shared_ptr<State> _pState;
+	std::string _host;
 	std::unique_ptr<Tavik::Net::HTTPServer> _pServer;
 };
 

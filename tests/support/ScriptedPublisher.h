@@ -37,21 +37,21 @@ struct PublisherAnswer
 	std::vector<std::pair<std::string, std::string>> headers;
 };
 
-/// An HTTP server on 127.0.0.1 (a free port) standing in for the publisher of
-/// GENA events: it records every request and answers each as the script says.
-/// The script runs on the server's threads, without the recorder's lock, so
-/// it may block (on a Gate) to keep an exchange in flight.
+/// An HTTP server on 127.0.0.1 (or host; a free port) standing in for the
+/// publisher of GENA events: it records every request and answers each as the
+/// script says. The script runs on the server's threads, without the
+/// recorder's lock, so it may block (on a Gate) to keep an exchange in flight.
 class ScriptedPublisher
 {
 public:
 	/// Gets the request and its index (0 for the first one received).
 	using Script = std::function<PublisherAnswer(const PublisherRequest&, std::size_t)>;
 
-	explicit ScriptedPublisher(Script script) : _pState(std::make_shared<State>())
+	explicit ScriptedPublisher(Script script, const std::string& host = "127.0.0.1")
+	    : _pState(std::make_shared<State>()), _host(host)
 	{
 		_pState->script = std::move(script);
-		_pServer =
-		    std::make_unique<Tavik::Net::HTTPServer>(std::make_shared<Factory>(_pState), "127.0.0.1", 0);
+		_pServer = std::make_unique<Tavik::Net::HTTPServer>(std::make_shared<Factory>(_pState), host, 0);
 		_pServer->start();
 	}
 
@@ -62,7 +62,7 @@ public:
 
 	std::string url(const std::string& pathEtc) const
 	{
-		return "http://127.0.0.1:" + std::to_string(_pServer->port()) + pathEtc;
+		return "http://" + _host + ":" + std::to_string(_pServer->port()) + pathEtc;
 	}
 
 	/// Waits until at least n requests have arrived; false at the deadline.
@@ -134,6 +134,7 @@ private:
 	};
 
 	std::shared_ptr<State> _pState;
+	std::string _host;
 	std::unique_ptr<Tavik::Net::HTTPServer> _pServer;
 };
 

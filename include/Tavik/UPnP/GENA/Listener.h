@@ -7,11 +7,13 @@
 #include "Tavik/Callweave/EventSubscriber.h"
 #include "Tavik/Logger.h"
 #include "Tavik/Mutex.h"
+#include "Tavik/Timespan.h"
 #include "Tavik/Util/Timer.h"
 #include "Tavik/Util/TimerTask.h"
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
@@ -57,7 +59,9 @@ public:
 		/// condition is temporary, and 503 tells the control point to retry
 		/// later rather than that its request was malformed.
 		std::size_t maxSubscriptions = 0;
-		/// Refuse (412) a renewal whose SID the dispatcher does not know.
+		/// Refuse (412) a renewal whose SID the dispatcher does not know, or
+		/// finds expired (the renewal came too late); such a renewal is
+		/// applied before it is answered.
 		/// Plain GENA answers 200, which leaves a control point that renews
 		/// after the publisher restarted believing it is subscribed; 412 makes
 		/// it subscribe anew (UPnP Device Architecture 1.1).
@@ -66,7 +70,56 @@ public:
 		/// above it, "Second-infinite" and "Second-0" included, is granted the
 		/// maximum (UPnP Device Architecture 1.1 forbids granting infinite).
 		int maxTimeout = 0;
+		/// How long a NOTIFY whose SID is unknown may wait for that SID while
+		/// a subscribeToEvents() of this listener is in flight. A publisher
+		/// may send the initial NOTIFY before the SUBSCRIBE response has been
+		/// read and the SID stored, and many publishers delete a subscription
+		/// whose initial NOTIFY got 412. The waiting NOTIFY is handled as
+		/// usual once the SID is stored, or when the grace has run out or no
+		/// subscription request is in flight any more (412 if the SID is
+		/// still unknown). It waits on a condition variable, holding no lock,
+		/// on the HTTP server's worker thread. At most MAX_EARLY_NOTIFY_WAITS
+		/// NOTIFY requests wait at once; more get 412 at once, so that a flood
+		/// of unknown SIDs cannot park the server's workers. Zero (the
+		/// default): 412 at once, as plain GENA does.
+		Timespan earlyNotifyGrace;
+		/// Remember the last SEQ of each outgoing subscription and fire
+		/// sequenceGap when a NOTIFY skips numbers, that is events were lost.
+		/// A subscription starts at SEQ 0 (its initial NOTIFY; a first NOTIFY
+		/// with another SEQ is a gap from 0), and 0 starts it again; after
+		/// 4294967295 comes 1. A duplicate or older SEQ (judged by serial
+		/// number arithmetic, half the number space back) is no gap and is
+		/// delivered as before; a NOTIFY without a decimal SEQ is not tracked.
+		/// NOTIFY requests of one subscription handled concurrently may be
+		/// judged out of order; publishers send them one at a time. Set it
+		/// before subscribing. Off (the default): SEQ is not examined.
+		bool trackSequence = false;
+		/// With trackSequence: after firing sequenceGap, re-subscribe (the
+		/// renewal worker's path after 412: unsubscribe the subscriber's
+		/// first subscription in SID order, subscribe anew) on a thread of
+		/// the default pool, so that the whole state arrives again with SEQ 0.
+		/// One re-subscription per SID at a time. Off (the default): the gap
+		/// is only reported.
+		bool resubscribeOnGap = false;
 	};
+
+	/// A NOTIFY that skipped sequence numbers (see Settings::trackSequence).
+	struct SequenceGap
+	{
+		/// The SID of the subscription.
+		std::string sid;
+		/// The endpoint URI of its subscriber.
+		std::string endpointURI;
+		/// The SEQ that should have come.
+		std::uint32_t expected = 0;
+		/// The SEQ that came.
+		std::uint32_t received = 0;
+	};
+
+	/// The most NOTIFY requests that wait for their SID at once (see
+	/// Settings::earlyNotifyGrace): 4, half the HTTP server's default
+	/// workers. One subscription needs one (its initial NOTIFY).
+	static const std::size_t MAX_EARLY_NOTIFY_WAITS;
 
 	/// Fired by the renewal machinery after a successful renewal, with the
 	/// subscriber's endpoint URI.
@@ -75,6 +128,11 @@ public:
 	BasicEvent<const std::string> subscriptionRenewalFailed;
 	/// Fired by the renewal machinery when a subscription is given up.
 	BasicEvent<const std::string> subscriptionLost;
+	/// Fired with Settings::trackSequence on the HTTP server's thread when a
+	/// NOTIFY skips sequence numbers, before its properties are delivered. A
+	/// Tavik::Exception of a delegate is logged on "UPnP.GENA.Listener" and
+	/// does not stop the delivery.
+	BasicEvent<const SequenceGap> sequenceGap;
 
 	/// A listener for the HTTP server at endPoint (host:port); timer runs the
 	/// renewal tasks and must outlive the listener. Default event subscription
@@ -132,7 +190,9 @@ public:
 	/// "HTTP error" (reason as argument, status as code) for a status other
 	/// than 200, IOException for a missing SID or an invalid TIMEOUT, and
 	/// ExistsException when the SID is already in the table; after a failure
-	/// nothing is stored. The exchange (up to 30 s per step) runs unlocked.
+	/// nothing is stored. The exchange (up to 30 s per step) runs unlocked;
+	/// while it runs, a NOTIFY for an unknown SID may wait for it (see
+	/// Settings::earlyNotifyGrace).
 	std::string subscribeToEvents(AutoPtr<Callweave::EventSubscriber> pSubscriber) override;
 	/// Removes the first subscription of pSubscriber in SID order, cancels its
 	/// renewal task and sends UNSUBSCRIBE with its SID; a status other than
@@ -177,7 +237,15 @@ protected:
 	void addSubscription(const std::string& sid, const Subscription& subscription);
 
 private:
+	friend class RequestHandler;
 	friend class SubscriptionRenewalThread;
+
+	/// The sequence of one outgoing subscription (Settings::trackSequence).
+	struct Sequence
+	{
+		std::uint32_t last = 0;
+		bool resubscribing = false; // a re-subscription after a gap is on its way
+	};
 
 	static std::string pathOf(const std::string& uri);
 
@@ -185,6 +253,18 @@ private:
 	/// construction to its destruction) for the destructor to wait for.
 	void renewalStarted();
 	void renewalFinished();
+
+	/// For handleNotify, after findSubscriber(sid) found nothing: waits for
+	/// sid as Settings::earlyNotifyGrace says, and returns its subscriber or
+	/// null.
+	AutoPtr<Callweave::EventSubscriber> awaitSubscriber(const std::string& sid);
+	/// For handleNotify, before delivering a NOTIFY of sid with the SEQ
+	/// header seq: tracks the sequence, fires sequenceGap and starts a
+	/// re-subscription as Settings::trackSequence and resubscribeOnGap say.
+	void sequenceReceived(const std::string& sid, const std::string& seq);
+	/// Counts a subscribeToEvents() in flight for awaitSubscriber().
+	void subscribeStarted();
+	void subscribeFinished();
 
 	std::map<std::string, Subscription> _subscriptions;
 	std::map<std::string, StateProvider*> _stateProviders;
@@ -197,6 +277,11 @@ private:
 	std::mutex _renewalMutex;
 	std::condition_variable _renewalFinished;
 	int _renewalsInFlight = 0; // guarded by _renewalMutex
+	std::map<std::string, Sequence> _sequences; // guarded by _mutex; an entry per tracked SID of _subscriptions
+	std::mutex _subscribeMutex; // taken before _mutex, never after it
+	std::condition_variable _subscribeFinished;
+	int _subscribesInFlight = 0; // guarded by _subscribeMutex
+	std::size_t _earlyNotifyWaits = 0; // guarded by _subscribeMutex
 };
 
 } // namespace GENA

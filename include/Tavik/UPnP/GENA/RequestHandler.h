@@ -41,7 +41,9 @@ public:
 	/// Removes the subscriber named by SID from the object's dispatcher.
 	void handleUnsubscribe(Net::HTTPServerRequest& request, Net::HTTPServerResponse& response);
 	/// Delivers the properties of an event to the local subscriber named by
-	/// SID, the last property of the document first.
+	/// SID, the last property of the document first. An unknown SID may first
+	/// wait for a subscription request in flight, and SEQ is tracked, as the
+	/// listener's settings earlyNotifyGrace and trackSequence say.
 	void handleNotify(Net::HTTPServerRequest& request, Net::HTTPServerResponse& response);
 
 private:
