@@ -1,136 +1,126 @@
-#include "../Net/LoopbackPeers.h"
+#include "EndpointFixture.h"
 #include "RecordingServer.h"
 
-#include "Tavik/Callweave/EventDispatcher.h"
-#include "Tavik/Callweave/EventSubscriber.h"
-#include "Tavik/Callweave/ORB.h"
-#include "Tavik/Net/HTTPServer.h"
+#include "Tavik/Callweave/Serializer.h"
 #include "Tavik/ThreadPool.h"
 #include "Tavik/UPnP/GENA/Listener.h"
-#include "Tavik/UPnP/GENA/RequestHandler.h"
-#include "Tavik/UPnP/GENA/StateProvider.h"
-#include "Tavik/UPnP/GENA/Transport.h"
-#include "Tavik/UPnP/GENA/TransportFactory.h"
-#include "Tavik/Util/Timer.h"
-
-#include "GENATestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <mutex>
+#include <string>
 #include <vector>
 
 using namespace Tavik;
 using namespace Tavik::UPnP::GENA;
 
 using TestSupport::RecordingSubscriber;
-using TestSupport::TestListener;
 
 namespace {
 
-const std::string SERVICE_PATH = "/dev/svc";
+using EndpointTesting::SERVICE_PATH;
 
-
-class HandlerFactory : public Net::HTTPRequestHandlerFactory
-{
-public:
-	Net::HTTPRequestHandler* createRequestHandler(const Net::HTTPServerRequest&) override
-	{
-		return new RequestHandler(*pListener);
-	}
-
-	Listener* pListener = nullptr;
-};
-
-class OneVariable : public StateProvider
-{
-public:
-	std::vector<std::pair<std::string, std::string> > currentState() override { return {{"Volume", "7"}}; }
-};
-
-
-/// A real HTTP server on 127.0.0.1 serving the event endpoint, and one
-/// object with events at SERVICE_PATH.
-class EndpointTest : public testing::Test
+class EndpointTest : public EndpointTesting::EndpointFixture
 {
 protected:
-	void SetUp() override
-	{
-		TransportFactory::registerFactory();
-		_pServer.reset(new Net::HTTPServer(_pFactory, "127.0.0.1", 0));
-		_endPoint = "127.0.0.1:" + std::to_string(_pServer->port());
-		_pListener = new TestListener(_endPoint, _timer);
-		_pFactory->pListener = _pListener.get();
-		_pListener->registerStateProvider(SERVICE_PATH, &_state);
-		_pDispatcher = new Callweave::EventDispatcher(Transport::PROTOCOL);
-		Callweave::ORB::instance().registerEventDispatcher("http://" + _endPoint + SERVICE_PATH, Transport::PROTOCOL, _pDispatcher);
-		_pServer->start();
-	}
+	/// The subscribers' callback server; a member, so that it outlives the
+	/// deliveries still in flight when a test ends (TearDown waits for them).
+	TestSupport::RecordingServer _sink;
 
-	void TearDown() override
+	void fire(int value)
 	{
-		_pServer->stop();
-		ThreadPool::defaultPool().joinAll();
-		Callweave::ORB::instance().unregisterEventDispatcher("http://" + _endPoint + SERVICE_PATH, Transport::PROTOCOL);
-		_pDispatcher->stop();
-		TransportFactory::unregisterFactory();
+		_pDispatcher->fireEvent(
+		    "Status", [value](Callweave::Serializer& serializer) { serializer.serialize("data", value); });
 	}
-
-	/// Sends raw request text and returns the response head.
-	std::string exchange(const std::string& request)
-	{
-		NetTest::RawConnection connection(_pServer->port());
-		connection.send(request);
-		return connection.readHead();
-	}
-
-	static std::string headerOf(const std::string& head, const std::string& name)
-	{
-		const std::string::size_type start = head.find("\r\n" + name + ": ");
-		if (start == std::string::npos) return "";
-		const std::string::size_type value = start + name.size() + 4;
-		return head.substr(value, head.find("\r\n", value) - value);
-	}
-
-	Util::Timer _timer;
-	OneVariable _state;
-	std::shared_ptr<HandlerFactory> _pFactory = std::make_shared<HandlerFactory>();
-	std::unique_ptr<Net::HTTPServer> _pServer;
-	std::string _endPoint;
-	AutoPtr<TestListener> _pListener;
-	AutoPtr<Callweave::EventDispatcher> _pDispatcher;
 };
 
 TEST_F(EndpointTest, SubscribeBringsInitialEventThenUnsubscribeEnds)
 {
-	TestSupport::RecordingServer sink;
-	const std::string head = exchange("SUBSCRIBE " + SERVICE_PATH + " HTTP/1.1\r\nHost: " + _endPoint
-		+ "\r\nCALLBACK: <" + sink.url("/cb") + ">\r\nNT: upnp:event\r\nTIMEOUT: Second-300\r\nContent-Length: 0\r\n\r\n");
+	const std::string head = exchange(subscribeRequest(_sink.url("/cb")));
 	ASSERT_EQ(0u, head.find("HTTP/1.1 200 OK\r\n")) << head;
 	const std::string sid = headerOf(head, "SID");
 	EXPECT_EQ(41u, sid.size());
 	EXPECT_EQ("Second-300", headerOf(head, "TIMEOUT"));
 
-	ASSERT_TRUE(sink.waitFor(1));
-	const TestSupport::RecordedRequest initial = sink.requests()[0];
+	ASSERT_TRUE(_sink.waitFor(1));
+	const TestSupport::RecordedRequest initial = _sink.requests()[0];
 	EXPECT_EQ("NOTIFY", initial.method);
 	EXPECT_EQ(sid, initial.headers.get("SID", ""));
 	EXPECT_EQ("0", initial.headers.get("SEQ", ""));
 	EXPECT_NE(std::string::npos, initial.body.find("<Volume>7</Volume>"));
 
-	const std::string unsubscribe = "UNSUBSCRIBE " + SERVICE_PATH + " HTTP/1.1\r\nHost: " + _endPoint + "\r\nSID: " + sid
-		+ "\r\nContent-Length: 0\r\n\r\n";
+	const std::string unsubscribe = "UNSUBSCRIBE " + SERVICE_PATH + " HTTP/1.1\r\nHost: " + _endPoint +
+	                                "\r\nSID: " + sid + "\r\nContent-Length: 0\r\n\r\n";
 	ThreadPool::defaultPool().joinAll(); // the initial notification has entered the subscriber
 	EXPECT_EQ(0u, exchange(unsubscribe).find("HTTP/1.1 200 OK\r\n"));
 	EXPECT_EQ(0u, exchange(unsubscribe).find("HTTP/1.1 412 "));
+	fire(1);
+	EXPECT_EQ(0u, _pDispatcher->subscriberCount());
+}
+
+TEST_F(EndpointTest, RegularEventsFollowTheInitialOneFromSequenceOne)
+{
+	const std::string sid = headerOf(exchange(subscribeRequest(_sink.url("/cb/7"))), "SID");
+	ASSERT_TRUE(_sink.waitFor(1));
+	ThreadPool::defaultPool().joinAll(); // the initial notification has entered the subscriber
+	for (int value = 11; value <= 13; ++value)
+		fire(value);
+
+	ASSERT_TRUE(_sink.waitFor(4));
+	const std::vector<TestSupport::RecordedRequest> requests = _sink.requests();
+	ASSERT_EQ(4u, requests.size());
+	for (int i = 0; i < 4; ++i)
+	{
+		SCOPED_TRACE(i);
+		EXPECT_EQ("NOTIFY", requests[i].method);
+		EXPECT_EQ("/cb/7", requests[i].uri);
+		EXPECT_EQ(sid, requests[i].headers.get("SID", ""));
+		EXPECT_EQ(std::to_string(i), requests[i].headers.get("SEQ", ""));
+		const std::string property =
+		    i == 0 ? "<Volume>7</Volume>" : "<Status>" + std::to_string(10 + i) + "</Status>";
+		EXPECT_NE(std::string::npos, requests[i].body.find(property)) << requests[i].body;
+	}
+}
+
+TEST_F(EndpointTest, RenewalExtendsTheExpiry)
+{
+	const std::string sid = headerOf(exchange(subscribeRequest(_sink.url("/cb"), "Second-100")), "SID");
+	ASSERT_TRUE(_sink.waitFor(1));
+	ThreadPool::defaultPool().joinAll();
+
+	// The handler extends the expiry after its answer is on the wire; the
+	// answer to a second request on the connection shows that it is done.
+	NetTest::RawConnection connection(_endpoint.port());
+	connection.send(renewRequest(sid, "Second-300"));
+	const std::string head = connection.readHead();
+	connection.send("HEAD / HTTP/1.1\r\nHost: " + _endPoint + "\r\n\r\n");
+	connection.readHead();
+	ASSERT_EQ(0u, head.find("HTTP/1.1 200 OK\r\n")) << head;
+	EXPECT_EQ(sid, headerOf(head, "SID"));
+	EXPECT_EQ("Second-300", headerOf(head, "TIMEOUT"));
+
+	// Past the first grant of 100 s, within the renewed 300 s: still subscribed.
+	advanceClock(200);
+	EXPECT_EQ(1u, _pDispatcher->subscriberCount());
+	fire(1);
+	ASSERT_TRUE(_sink.waitFor(2));
+	EXPECT_EQ("1", _sink.requests()[1].headers.get("SEQ", ""));
+
+	advanceClock(200);
+	EXPECT_EQ(0u, _pDispatcher->subscriberCount());
 }
 
 TEST_F(EndpointTest, MalformedBeatsUnknownObjectOverTheWire)
 {
 	const std::string prefix = "SUBSCRIBE /nothing HTTP/1.1\r\nHost: " + _endPoint + "\r\n";
-	EXPECT_EQ(0u, exchange(prefix + "CALLBACK: <http://127.0.0.1:1/>\r\nNT: upnp:event\r\n\r\n").find("HTTP/1.1 404 "));
-	EXPECT_EQ(0u, exchange(prefix + "CALLBACK: <http://127.0.0.1:1/>\r\nSID: uuid:x\r\n\r\n").find("HTTP/1.1 400 "));
-	EXPECT_EQ(0u, exchange(prefix + "CALLBACK: http://127.0.0.1:1/\r\nNT: upnp:event\r\n\r\n").find("HTTP/1.1 412 "));
+	EXPECT_EQ(
+	    0u,
+	    exchange(prefix + "CALLBACK: <http://127.0.0.1:1/>\r\nNT: upnp:event\r\n\r\n").find("HTTP/1.1 404 "));
+	EXPECT_EQ(
+	    0u,
+	    exchange(prefix + "CALLBACK: <http://127.0.0.1:1/>\r\nSID: uuid:x\r\n\r\n").find("HTTP/1.1 400 "));
+	EXPECT_EQ(
+	    0u,
+	    exchange(prefix + "CALLBACK: http://127.0.0.1:1/\r\nNT: upnp:event\r\n\r\n").find("HTTP/1.1 412 "));
 	EXPECT_EQ(0u, exchange("Subscribe /nothing HTTP/1.1\r\nHost: x\r\n\r\n").find("HTTP/1.1 405 "));
 }
 
@@ -138,13 +128,8 @@ TEST_F(EndpointTest, NotifyOnKeepAliveConnectionDeliversLastFirst)
 {
 	AutoPtr<RecordingSubscriber> pSubscriber(new RecordingSubscriber);
 	_pListener->addSubscription("uuid:mine", Listener::Subscription{pSubscriber, AutoPtr<Util::TimerTask>()});
-	const std::string body =
-		"<?xml version=\"1.0\"?><e:propertyset xmlns:e=\"urn:schemas-upnp-org:event-1-0\">"
-		"<e:property><A>1</A></e:property><e:property><B>2</B></e:property><e:property><C>3</C></e:property>"
-		"</e:propertyset>";
-	const std::string notify = "NOTIFY /cb HTTP/1.1\r\nHost: " + _endPoint + "\r\nSID: uuid:mine\r\nContent-Type: text/xml\r\n"
-		"Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-	NetTest::RawConnection connection(_pServer->port());
+	const std::string notify = notifyRequest("uuid:mine");
+	NetTest::RawConnection connection(_endpoint.port());
 	for (int i = 0; i < 2; ++i)
 	{
 		connection.send(notify);
