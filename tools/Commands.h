@@ -1,0 +1,22 @@
+#ifndef Tavik_gena_Commands_INCLUDED
+#define Tavik_gena_Commands_INCLUDED
+
+#include "Options.h"
+#include "Output.h"
+#include "Tavik/UPnP/GENA/Listener.h"
+
+namespace Gena {
+
+/// The listener settings of the tool: with strict, plain GENA (all off);
+/// otherwise callback check, strict renewal, grants of at most one day,
+/// early-NOTIFY grace and SEQ gap recovery.
+Tavik::UPnP::GENA::Listener::Settings listenerSettings(bool strict);
+
+/// Each command returns the exit code (0) or throws UsageError or Failure.
+int runDemo(const Options& options, Output& output);
+int runPublish(const Options& options, Output& output);
+int runMonitor(const Options& options, Output& output);
+
+} // namespace Gena
+
+#endif // Tavik_gena_Commands_INCLUDED
