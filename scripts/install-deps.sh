@@ -1,5 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the benchmarks need.
+# Usage: scripts/install-deps.sh [test]
+#   test: also the peers and tools of the full test run (libupnp for the
+#   interoperability tests, iproute2 for the dead-host tests, clang for the
+#   fuzz targets).
 # Quick when everything is present: apt is only asked for what is missing.
 set -euo pipefail
 
@@ -10,6 +14,9 @@ packages=(
   libexpat1-dev
   libboost-dev
 )
+if [ "${1:-}" = "test" ]; then
+  packages+=(pkg-config libupnp-dev iproute2 clang-14 libclang-rt-14-dev)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
