@@ -1,19 +1,24 @@
 #!/usr/bin/env bash
-# Builds and runs every test: a Release build, then ASan+UBSan, then TSan.
-# Usage: scripts/test-all.sh [preset...]   (default: release asan tsan)
+# Builds and runs every test: a Release build, then ASan+UBSan, then TSan,
+# then each fuzz target for FUZZ_SECONDS (default 20) on its seed corpus.
+# Usage: scripts/test-all.sh [preset...]   (default: release asan tsan fuzz)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh
+scripts/install-deps.sh test
 
 presets=("$@")
 if [ ${#presets[@]} -eq 0 ]; then
-  presets=(release asan tsan)
+  presets=(release asan tsan fuzz)
 fi
 
 jobs=$(nproc)
 for preset in "${presets[@]}"; do
   echo "== $preset =="
+  if [ "$preset" = fuzz ]; then
+    JOBS=$jobs scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
+    continue
+  fi
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" -j "$jobs"
   ctest --preset "$preset" -j "$jobs"
