@@ -31,9 +31,14 @@ InitialEventNotificationThread::InitialEventNotificationThread(
     : _listener(listener), _pEventDispatcher(std::move(pEventDispatcher)), _callbackURL(callbackURL),
       _sid(sid), _requestURI(requestURI), _expiry(expiry),
       _logger(Logger::get("UPnP.GENA.InitialEventNotificationTask"))
-{}
+{
+	_listener.initialEventStarted(_pEventDispatcher.get());
+}
 
-InitialEventNotificationThread::~InitialEventNotificationThread() = default;
+InitialEventNotificationThread::~InitialEventNotificationThread()
+{
+	_listener.initialEventFinished(_pEventDispatcher.get());
+}
 
 void InitialEventNotificationThread::run()
 {

@@ -189,23 +189,51 @@ Listener::~Listener()
 			if (entry.second.pRenewalTask) entry.second.pRenewalTask->cancel();
 		}
 	}
-	std::unique_lock<std::mutex> lock(_renewalMutex);
-	_renewalFinished.wait(lock, [this] { return _renewalsInFlight == 0; });
+	std::unique_lock<std::mutex> lock(_workMutex);
+	_workFinished.wait(lock, [this] { return _renewalsInFlight == 0 && _initialEvents.empty(); });
 }
 
 void Listener::renewalStarted()
 {
-	std::lock_guard<std::mutex> lock(_renewalMutex);
+	std::lock_guard<std::mutex> lock(_workMutex);
 	++_renewalsInFlight;
 }
 
 void Listener::renewalFinished()
 {
-	std::lock_guard<std::mutex> lock(_renewalMutex);
+	std::lock_guard<std::mutex> lock(_workMutex);
 	--_renewalsInFlight;
-	// Notified under the lock: once the destructor sees 0, this call has no
-	// further use of the condition variable.
-	_renewalFinished.notify_all();
+	// Notified under the lock: once the destructor sees nothing in flight,
+	// this call has no further use of the condition variable.
+	_workFinished.notify_all();
+}
+
+void Listener::initialEventStarted(const Callweave::EventDispatcher* pDispatcher)
+{
+	std::lock_guard<std::mutex> lock(_workMutex);
+	++_initialEvents[pDispatcher];
+}
+
+void Listener::initialEventFinished(const Callweave::EventDispatcher* pDispatcher)
+{
+	std::lock_guard<std::mutex> lock(_workMutex);
+	const auto it = _initialEvents.find(pDispatcher);
+	if (--it->second == 0) _initialEvents.erase(it);
+	_workFinished.notify_all(); // under the lock, as in renewalFinished()
+}
+
+std::size_t Listener::pendingInitialEvents(const Callweave::EventDispatcher& dispatcher)
+{
+	std::lock_guard<std::mutex> lock(_workMutex);
+	const auto it = _initialEvents.find(&dispatcher);
+	return it == _initialEvents.end() ? 0 : it->second;
+}
+
+bool Listener::waitForInitialEvents(const Timespan& timeout)
+{
+	std::unique_lock<std::mutex> lock(_workMutex);
+	return _workFinished.wait_for(lock, std::chrono::microseconds(timeout.totalMicroseconds()),
+	                              [this] { return _initialEvents.empty(); });
 }
 
 void Listener::subscribeStarted()

@@ -54,6 +54,12 @@ bool callbackIsPeer(const std::string& callbackURL, const HTTPServerRequest& req
 	}
 }
 
+/// Default-pool threads a new subscription leaves free: room for the
+/// renewals of the host's own subscriptions, and for the server's workers
+/// passing the check at the same moment (8 by default), so that a granted
+/// subscription finds a thread for its initial event.
+const int POOL_RESERVE = 16;
+
 } // namespace
 
 RequestHandler::RequestHandler(Listener& listener):
@@ -134,12 +140,13 @@ void RequestHandler::handleSubscribe(HTTPServerRequest& request, HTTPServerRespo
 	const std::string uri = "http://" + _listener.endPoint() + request.getURI();
 	AutoPtr<Callweave::EventDispatcher> pDispatcher = Callweave::ORB::instance().findEventDispatcher(uri, Transport::PROTOCOL);
 	if (!pDispatcher) return sendResponse(response, HTTPResponse::HTTP_NOT_FOUND);
-	if (!renewal && settings.maxSubscriptions > 0 && pDispatcher->subscriberCount() >= settings.maxSubscriptions)
+	if (!renewal && settings.maxSubscriptions > 0 &&
+		pDispatcher->subscriberCount() + _listener.pendingInitialEvents(*pDispatcher) >= settings.maxSubscriptions)
 		return sendResponse(response, HTTPResponse::HTTP_SERVICE_UNAVAILABLE);
-	// The initial event of a new subscription needs a pool thread. Without a
-	// free one, 503 (try again later) beats a 200 for a subscription that
+	// The initial event of a new subscription needs a pool thread. Without
+	// one to spare, 503 (try again later) beats a 200 for a subscription that
 	// would never be registered.
-	if (!renewal && ThreadPool::defaultPool().available() == 0)
+	if (!renewal && ThreadPool::defaultPool().available() <= POOL_RESERVE)
 		return sendResponse(response, HTTPResponse::HTTP_SERVICE_UNAVAILABLE);
 
 	Clock expiry(0);

@@ -8,7 +8,6 @@
 #include "Tavik/Net/HTTPServer.h"
 #include "Tavik/Net/HTTPServerRequest.h"
 #include "Tavik/Net/HTTPServerResponse.h"
-#include "Tavik/ThreadPool.h"
 #include "Tavik/UPnP/GENA/RequestHandler.h"
 #include "Tavik/UPnP/GENA/Transport.h"
 #include "Tavik/UPnP/GENA/TransportFactory.h"
@@ -264,9 +263,9 @@ void Host::unsubscribe(AutoPtr<Callweave::EventSubscriber> pSubscriber)
 	_pListener->unsubscribeFromEvents(pSubscriber);
 }
 
-void Host::waitForInitialEvents()
+bool Host::waitForInitialEvents(const Timespan& timeout)
 {
-	ThreadPool::defaultPool().joinAll();
+	return _pListener->waitForInitialEvents(timeout);
 }
 
 void Host::shutdown()

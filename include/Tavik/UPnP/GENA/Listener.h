@@ -19,6 +19,9 @@
 #include <string>
 
 namespace Tavik {
+namespace Callweave {
+class EventDispatcher;
+}
 namespace UPnP {
 namespace GENA {
 
@@ -54,7 +57,8 @@ public:
 		/// NOTIFY traffic to third parties (the CallStranger class of attack,
 		/// CVE-2020-12695). Off: any callback is accepted.
 		bool checkCallback = false;
-		/// Most subscribers one event dispatcher accepts; 0 means no limit.
+		/// Most subscribers one event dispatcher accepts, counting those whose
+		/// initial event is still on its way; 0 means no limit.
 		/// A new subscription beyond it gets 503 (Service Unavailable): the
 		/// condition is temporary, and 503 tells the control point to retry
 		/// later rather than that its request was malformed.
@@ -225,11 +229,17 @@ public:
 	/// SUBSCRIBE handler and the subscription client read TIMEOUT through it.
 	static bool parseTimeout(const std::string& value, int& seconds);
 
+	/// Waits until no initial event notification of this listener is in
+	/// flight: then every subscription granted so far is in its dispatcher
+	/// (or has failed) and receives the events fired from then on. False
+	/// when timeout passed first.
+	bool waitForInitialEvents(const Timespan& timeout);
+
 protected:
 	/// Cancels the renewal task of every subscription still in the table and
 	/// waits for renewal workers still in flight (each may take up to 30 s per
-	/// exchange with its publisher), so that none runs after the listener is
-	/// gone. Sends no UNSUBSCRIBE. Must not run on a thread of a renewal
+	/// exchange with its publisher) and for initial event notifications, so
+	/// that none runs after the listener is gone. Sends no UNSUBSCRIBE. Must not run on a thread of a renewal
 	/// (inside a listener event delegate), which it would wait for.
 	~Listener() override;
 
@@ -237,6 +247,7 @@ protected:
 	void addSubscription(const std::string& sid, const Subscription& subscription);
 
 private:
+	friend class InitialEventNotificationThread;
 	friend class RequestHandler;
 	friend class SubscriptionRenewalThread;
 
@@ -253,6 +264,13 @@ private:
 	/// construction to its destruction) for the destructor to wait for.
 	void renewalStarted();
 	void renewalFinished();
+	/// Counts an initial event notification for pDispatcher in flight (from
+	/// its construction to its destruction), for the destructor, for
+	/// waitForInitialEvents() and for Settings::maxSubscriptions.
+	void initialEventStarted(const Callweave::EventDispatcher* pDispatcher);
+	void initialEventFinished(const Callweave::EventDispatcher* pDispatcher);
+	/// The initial event notifications for dispatcher in flight.
+	std::size_t pendingInitialEvents(const Callweave::EventDispatcher& dispatcher);
 
 	/// For handleNotify, after findSubscriber(sid) found nothing: waits for
 	/// sid as Settings::earlyNotifyGrace says, and returns its subscriber or
@@ -274,9 +292,10 @@ private:
 	Logger& _logger;
 	Settings _settings; // guarded by _mutex
 	bool _closing = false; // guarded by _mutex; set by the destructor, stops new renewal tasks
-	std::mutex _renewalMutex;
-	std::condition_variable _renewalFinished;
-	int _renewalsInFlight = 0; // guarded by _renewalMutex
+	std::mutex _workMutex;
+	std::condition_variable _workFinished; // a renewal worker or initial notification ended
+	int _renewalsInFlight = 0; // guarded by _workMutex
+	std::map<const Callweave::EventDispatcher*, std::size_t> _initialEvents; // guarded by _workMutex; in flight, by dispatcher
 	std::map<std::string, Sequence> _sequences; // guarded by _mutex; an entry per tracked SID of _subscriptions
 	std::mutex _subscribeMutex; // taken before _mutex, never after it
 	std::condition_variable _subscribeFinished;

@@ -138,10 +138,9 @@ public:
 
 	/// Waits until the initial event notifications started so far are done:
 	/// a new subscriber enters its service's dispatcher only after its
-	/// initial NOTIFY, so an event fired before that misses it. Waits for
-	/// every runnable of the default thread pool (renewals included); each
-	/// notification is bounded by the transport factory's timeout.
-	void waitForInitialEvents();
+	/// initial NOTIFY, so an event fired before that misses it. False when
+	/// timeout passed first.
+	bool waitForInitialEvents(const Timespan& timeout = Timespan(60, 0));
 
 	/// Shuts down in the order that keeps every background task safe:
 	/// unsubscribes the local subscribers still held, stops the HTTP server,
