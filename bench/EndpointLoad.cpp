@@ -14,6 +14,7 @@
 // sink; serves until SIGINT or SIGTERM, then waits for the initial
 // notifications in flight and prints what it counted.
 
+#include "BenchSupport.h"
 #include "Tavik/Callweave/EventDispatcher.h"
 #include "Tavik/Callweave/EventSubscriber.h"
 #include "Tavik/Callweave/ORB.h"
@@ -24,8 +25,6 @@
 #include "Tavik/Net/HTTPServerParams.h"
 #include "Tavik/Net/HTTPServerRequest.h"
 #include "Tavik/Net/HTTPServerResponse.h"
-#include "Tavik/NullStream.h"
-#include "Tavik/StreamCopier.h"
 #include "Tavik/ThreadPool.h"
 #include "Tavik/UPnP/GENA/Listener.h"
 #include "Tavik/UPnP/GENA/RequestHandler.h"
@@ -37,7 +36,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -134,38 +132,6 @@ private:
 	Counts& _counts;
 };
 
-/// The sink's handler: reads the body, answers 200, counts initial events.
-class SinkHandler : public Net::HTTPRequestHandler
-{
-public:
-	explicit SinkHandler(Counts& counts) : _counts(counts) {}
-
-	void handleRequest(Net::HTTPServerRequest& request, Net::HTTPServerResponse& response) override
-	{
-		NullOutputStream discard;
-		StreamCopier::copyStream(request.stream(), discard, 8192);
-		response.setStatusAndReason(Net::HTTPResponse::HTTP_OK);
-		response.send();
-		if (request.get("SEQ", "") == "0") ++_counts.initialEvents;
-	}
-
-private:
-	Counts& _counts;
-};
-
-class SinkFactory : public Net::HTTPRequestHandlerFactory
-{
-public:
-	explicit SinkFactory(Counts& counts) : _counts(counts) {}
-	Net::HTTPRequestHandler* createRequestHandler(const Net::HTTPServerRequest&) override
-	{
-		return new SinkHandler(_counts);
-	}
-
-private:
-	Counts& _counts;
-};
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -176,12 +142,7 @@ int main(int argc, char** argv)
 		std::cerr << "usage: EndpointLoad notify|subscribe [server-threads] [pool-capacity]\n";
 		return 2;
 	}
-	// Every thread inherits the blocked signals; only sigwait() takes them.
-	sigset_t signals;
-	sigemptyset(&signals);
-	sigaddset(&signals, SIGINT);
-	sigaddset(&signals, SIGTERM);
-	pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+	const sigset_t signals = BenchSupport::blockStopSignals();
 
 	Counts counts;
 	Util::Timer timer;
@@ -199,9 +160,8 @@ int main(int argc, char** argv)
 	AutoPtr<Callweave::EventDispatcher> pDispatcher =
 	    new Callweave::EventDispatcher(UPnP::GENA::Transport::PROTOCOL);
 	const std::string serviceURL = "http://" + endPoint + SERVICE_PATH;
-	Net::HTTPServerParams sinkParams;
-	sinkParams.maxQueued = 4096; // the sink must not be what refuses initial events
-	Net::HTTPServer sink(std::make_shared<SinkFactory>(counts), "127.0.0.1", 0, sinkParams);
+	// The sink answers the initial events of "subscribe" and counts them.
+	std::unique_ptr<BenchSupport::Sink> pSink;
 	if (mode == "notify")
 	{
 		pListener->addSubscription("uuid:bench",
@@ -214,7 +174,10 @@ int main(int argc, char** argv)
 		pListener->registerStateProvider(serviceURL, &state);
 		Callweave::ORB::instance().registerEventDispatcher(serviceURL, UPnP::GENA::Transport::PROTOCOL,
 		                                                   pDispatcher);
-		sink.start();
+		pSink = std::make_unique<BenchSupport::Sink>(
+		    [&counts](const Net::HTTPServerRequest& request, const std::string&) {
+			    if (request.get("SEQ", "") == "0") ++counts.initialEvents;
+		    });
 	}
 	std::atomic<bool> running{true};
 	std::thread poolWatch([&] {
@@ -227,10 +190,9 @@ int main(int argc, char** argv)
 	});
 	server.start();
 	std::cout << server.port() << std::endl;
-	if (mode == "subscribe") std::cout << "http://127.0.0.1:" << sink.port() << "/cb" << std::endl;
+	if (pSink) std::cout << pSink->url() << std::endl;
 
-	int signal = 0;
-	sigwait(&signals, &signal);
+	BenchSupport::waitForStop(signals);
 	server.stop();
 	ThreadPool::defaultPool().joinAll();
 	running = false;
@@ -249,7 +211,7 @@ int main(int argc, char** argv)
 		          << ", peak busy pool threads: " << counts.peakPoolThreads
 		          << ", subscribers: " << pDispatcher->subscriberCount() << std::endl;
 		Callweave::ORB::instance().unregisterEventDispatcher(serviceURL, UPnP::GENA::Transport::PROTOCOL);
-		sink.stop();
+		pSink.reset();
 	}
 	pDispatcher->stop();
 	UPnP::GENA::TransportFactory::unregisterFactory();

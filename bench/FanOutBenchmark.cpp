@@ -10,17 +10,11 @@
 // with mallinfo2 around subscribing all N, before any event and again once
 // each has received one).
 
+#include "BenchSupport.h"
 #include "Tavik/Callweave/EventDispatcher.h"
 #include "Tavik/Callweave/Serializer.h"
 #include "Tavik/Clock.h"
-#include "Tavik/Net/HTTPRequestHandler.h"
-#include "Tavik/Net/HTTPRequestHandlerFactory.h"
-#include "Tavik/Net/HTTPServer.h"
-#include "Tavik/Net/HTTPServerParams.h"
 #include "Tavik/Net/HTTPServerRequest.h"
-#include "Tavik/Net/HTTPServerResponse.h"
-#include "Tavik/NullStream.h"
-#include "Tavik/StreamCopier.h"
 #include "Tavik/UPnP/GENA/Transport.h"
 #include "Tavik/UPnP/GENA/TransportFactory.h"
 
@@ -30,7 +24,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <string>
 
@@ -41,76 +34,33 @@ namespace {
 
 const std::chrono::seconds DEADLINE(60);
 
-/// Counts the notifications that arrived and lets the benchmark wait for a count.
-class Sink
+/// Counts the notifications the sink received and lets the benchmark wait for a count.
+class Received
 {
 public:
-	Sink()
-	{
-		Net::HTTPServerParams params;
-		params.maxQueued = 2048; // a burst of 1000 connections must not meet a 503
-		_pServer =
-		    std::make_unique<Net::HTTPServer>(std::make_shared<Factory>(*this), "127.0.0.1", 0, params);
-		_pServer->start();
-	}
-
-	~Sink() { _pServer->stop(); }
-
-	std::string url(int subscriber) const
-	{
-		return "http://127.0.0.1:" + std::to_string(_pServer->port()) + "/cb/" + std::to_string(subscriber);
-	}
-
-	std::uint64_t received() const
+	void add()
 	{
 		std::lock_guard<std::mutex> lock(_mutex);
-		return _received;
+		++_count;
+		_changed.notify_all();
+	}
+
+	std::uint64_t count() const
+	{
+		std::lock_guard<std::mutex> lock(_mutex);
+		return _count;
 	}
 
 	bool waitFor(std::uint64_t count)
 	{
 		std::unique_lock<std::mutex> lock(_mutex);
-		return _changed.wait_for(lock, DEADLINE, [&] { return _received >= count; });
+		return _changed.wait_for(lock, DEADLINE, [&] { return _count >= count; });
 	}
 
 private:
-	class Handler : public Net::HTTPRequestHandler
-	{
-	public:
-		explicit Handler(Sink& sink) : _sink(sink) {}
-
-		void handleRequest(Net::HTTPServerRequest& request, Net::HTTPServerResponse& response) override
-		{
-			NullOutputStream discard;
-			StreamCopier::copyStream(request.stream(), discard, 8192);
-			response.setStatusAndReason(Net::HTTPResponse::HTTP_OK);
-			response.send();
-			std::lock_guard<std::mutex> lock(_sink._mutex);
-			++_sink._received;
-			_sink._changed.notify_all();
-		}
-
-	private:
-		Sink& _sink;
-	};
-
-	class Factory : public Net::HTTPRequestHandlerFactory
-	{
-	public:
-		explicit Factory(Sink& sink) : _sink(sink) {}
-		Net::HTTPRequestHandler* createRequestHandler(const Net::HTTPServerRequest&) override
-		{
-			return new Handler(_sink);
-		}
-
-	private:
-		Sink& _sink;
-	};
-
 	mutable std::mutex _mutex;
 	std::condition_variable _changed;
-	std::uint64_t _received = 0;
-	std::unique_ptr<Net::HTTPServer> _pServer;
+	std::uint64_t _count = 0;
 };
 
 std::size_t heapInUse()
@@ -126,33 +76,37 @@ void BM_FanOut(benchmark::State& state)
 	UPnP::GENA::TransportFactory::registerFactory(UPnP::GENA::TransportFactory::DEFAULT_TIMEOUT, keepAlive,
 	                                              UPnP::GENA::TransportFactory::DEFAULT_KEEP_ALIVE_TIMEOUT);
 	{
-		Sink sink;
+		Received received;
+		BenchSupport::Sink sink(
+		    [&received](const Net::HTTPServerRequest&, const std::string&) { received.add(); });
 		AutoPtr<EventDispatcher> pDispatcher = new EventDispatcher(UPnP::GENA::Transport::PROTOCOL);
 
 		const std::size_t heapBefore = heapInUse();
 		for (int i = 0; i < subscribers; ++i)
 		{
-			pDispatcher->subscribe("uuid:" + std::to_string(i), sink.url(i), Clock(0));
+			pDispatcher->subscribe("uuid:" + std::to_string(i), sink.url() + "/" + std::to_string(i),
+			                       Clock(0));
 		}
 		const double bytesPerSubscriber = (static_cast<double>(heapInUse()) - heapBefore) / subscribers;
 
 		int value = 0;
 		// Once every transport has carried an event, an idle subscriber is
 		// what the publisher holds between events.
-		const std::uint64_t warmedUp = sink.received() + subscribers;
+		const std::uint64_t warmedUp = received.count() + subscribers;
 		pDispatcher->fireEvent("Status", [v = value](Callweave::Serializer& serializer) {
 			serializer.serialize("data", v);
 		});
-		if (!sink.waitFor(warmedUp)) state.SkipWithError("not every subscriber received the first event in time");
+		if (!received.waitFor(warmedUp))
+			state.SkipWithError("not every subscriber received the first event in time");
 		const double bytesPerUsedSubscriber = (static_cast<double>(heapInUse()) - heapBefore) / subscribers;
 
 		for (auto _ : state)
 		{
-			const std::uint64_t target = sink.received() + subscribers;
+			const std::uint64_t target = received.count() + subscribers;
 			pDispatcher->fireEvent("Status", [v = ++value](Callweave::Serializer& serializer) {
 				serializer.serialize("data", v);
 			});
-			if (!sink.waitFor(target))
+			if (!received.waitFor(target))
 			{
 				state.SkipWithError("not every subscriber received the event in time");
 				break;

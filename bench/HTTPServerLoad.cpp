@@ -5,6 +5,7 @@
 // Usage: HTTPServerLoad tavik|beast [port] [threads]
 // Prints the port, then serves until SIGINT or SIGTERM.
 
+#include "BenchSupport.h"
 #include "Tavik/Net/HTTPRequestHandler.h"
 #include "Tavik/Net/HTTPRequestHandlerFactory.h"
 #include "Tavik/Net/HTTPServer.h"
@@ -15,7 +16,6 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -101,12 +101,6 @@ void acceptBeast(tcp::acceptor& acceptor)
 	});
 }
 
-void waitForSignal(const sigset_t& signals)
-{
-	int signal = 0;
-	sigwait(&signals, &signal);
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -119,12 +113,7 @@ int main(int argc, char** argv)
 		std::cerr << "usage: HTTPServerLoad tavik|beast [port] [threads]\n";
 		return 2;
 	}
-	// Every thread inherits the blocked signals; only sigwait() takes them.
-	sigset_t signals;
-	sigemptyset(&signals);
-	sigaddset(&signals, SIGINT);
-	sigaddset(&signals, SIGTERM);
-	pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+	const sigset_t signals = BenchSupport::blockStopSignals();
 
 	if (kind == "tavik")
 	{
@@ -133,7 +122,7 @@ int main(int argc, char** argv)
 		Tavik::Net::HTTPServer server(std::make_shared<HelloFactory>(), "127.0.0.1", port, params);
 		server.start();
 		std::cout << server.port() << std::endl;
-		waitForSignal(signals);
+		BenchSupport::waitForStop(signals);
 		server.stop();
 		return 0;
 	}
@@ -145,7 +134,7 @@ int main(int argc, char** argv)
 	for (unsigned i = 0; i < threads; ++i)
 		runners.emplace_back([&io] { io.run(); });
 	std::cout << acceptor.local_endpoint().port() << std::endl;
-	waitForSignal(signals);
+	BenchSupport::waitForStop(signals);
 	io.stop();
 	for (auto& runner : runners)
 		runner.join();

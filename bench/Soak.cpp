@@ -22,6 +22,7 @@
 // Usage: Soak [seconds (600)] [subscribers (500)] [events-per-second (50)]
 // Not part of CI: bench/soak.sh runs it.
 
+#include "BenchSupport.h"
 #include "Tavik/Callweave/EventDispatcher.h"
 #include "Tavik/Callweave/ORB.h"
 #include "Tavik/Callweave/Serializer.h"
@@ -33,7 +34,6 @@
 #include "Tavik/Net/HTTPRequestHandlerFactory.h"
 #include "Tavik/Net/HTTPResponse.h"
 #include "Tavik/Net/HTTPServer.h"
-#include "Tavik/Net/HTTPServerParams.h"
 #include "Tavik/Net/HTTPServerRequest.h"
 #include "Tavik/Net/HTTPServerResponse.h"
 #include "Tavik/NullStream.h"
@@ -131,21 +131,9 @@ struct Totals
 class Sink
 {
 public:
-	explicit Sink(Totals& totals) : _totals(totals)
-	{
-		Net::HTTPServerParams params;
-		params.maxQueued = 4096; // the sink must not be what refuses a NOTIFY
-		_pServer =
-		    std::make_unique<Net::HTTPServer>(std::make_shared<Factory>(*this), "127.0.0.1", 0, params);
-		_pServer->start();
-	}
+	explicit Sink(Totals& totals) : _totals(totals) {}
 
-	~Sink() { _pServer->stop(); }
-
-	std::string url(int subscriber) const
-	{
-		return "http://127.0.0.1:" + std::to_string(_pServer->port()) + "/cb/" + std::to_string(subscriber);
-	}
+	std::string url(int subscriber) const { return _server.url() + "/" + std::to_string(subscriber); }
 
 	void open(const std::string& sid)
 	{
@@ -226,50 +214,21 @@ private:
 		if (record.endMark < 0 || event <= record.endMark) ++record.delivered;
 	}
 
-	class Handler : public Net::HTTPRequestHandler
+	/// The counter in <Counter>n</Counter>, or 0.
+	static long eventOf(const std::string& body)
 	{
-	public:
-		explicit Handler(Sink& sink) : _sink(sink) {}
-
-		void handleRequest(Net::HTTPServerRequest& request, Net::HTTPServerResponse& response) override
-		{
-			std::string body;
-			StreamCopier::copyToString(request.stream(), body);
-			response.setStatusAndReason(Net::HTTPResponse::HTTP_OK);
-			response.send();
-			_sink.received(request.get("SID", ""), std::atol(request.get("SEQ", "-1").c_str()),
-			               eventOf(body));
-		}
-
-	private:
-		/// The counter in <Counter>n</Counter>, or 0.
-		static long eventOf(const std::string& body)
-		{
-			const std::string open = "<" + EVENT_NAME + ">";
-			const std::string::size_type at = body.find(open);
-			return at == std::string::npos ? 0 : std::atol(body.c_str() + at + open.size());
-		}
-
-		Sink& _sink;
-	};
-
-	class Factory : public Net::HTTPRequestHandlerFactory
-	{
-	public:
-		explicit Factory(Sink& sink) : _sink(sink) {}
-		Net::HTTPRequestHandler* createRequestHandler(const Net::HTTPServerRequest&) override
-		{
-			return new Handler(_sink);
-		}
-
-	private:
-		Sink& _sink;
-	};
+		const std::string open = "<" + EVENT_NAME + ">";
+		const std::string::size_type at = body.find(open);
+		return at == std::string::npos ? 0 : std::atol(body.c_str() + at + open.size());
+	}
 
 	Totals& _totals;
 	mutable std::mutex _mutex;
 	std::map<std::string, Record> _records;
-	std::unique_ptr<Net::HTTPServer> _pServer;
+	// Last: stops serving before the records go.
+	BenchSupport::Sink _server{[this](const Net::HTTPServerRequest& request, const std::string& body) {
+		received(request.get("SID", ""), std::atol(request.get("SEQ", "-1").c_str()), eventOf(body));
+	}};
 };
 
 class HandlerFactory : public Net::HTTPRequestHandlerFactory

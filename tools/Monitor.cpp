@@ -1,8 +1,6 @@
 #include "Commands.h"
 #include "Discovery.h"
 #include "Interrupts.h"
-#include "Messages.h"
-#include "Tavik/Format.h"
 #include "Watch.h"
 
 namespace Gena {
@@ -18,16 +16,7 @@ int runMonitor(const Options& options, Output& output)
 	// address this host uses towards it, not whatever the first interface is.
 	params.address = options.hasListen ? options.listenHost : localAddressFor(targets.front().eventURL);
 	params.port = options.listenPort;
-	std::unique_ptr<Host> pHost;
-	try
-	{
-		pHost.reset(new Host(params, listenerSettings(options.strict)));
-	}
-	catch (const Tavik::Exception& exc)
-	{
-		throw Failure(Tavik::format(Messages::CANNOT_LISTEN,
-		                            params.address + ":" + std::to_string(params.port), exc.displayText()));
-	}
+	const std::unique_ptr<Host> pHost = makeHost(params, options.strict);
 	pHost->listener().setEventSubscriptionTimeout(options.timeout);
 	pHost->start();
 	output.print("listening", {{"url", pHost->url(Host::EVENT_PATH)}});

@@ -53,17 +53,7 @@ int runPublish(const Options& options, Output& output)
 	Host::Params params;
 	params.address = options.listenHost;
 	params.port = options.listenPort;
-	std::unique_ptr<Host> pHost;
-	try
-	{
-		pHost.reset(new Host(params, listenerSettings(options.strict)));
-	}
-	catch (const Tavik::Exception& exc)
-	{
-		throw Failure(Tavik::format(Messages::CANNOT_LISTEN,
-		                            options.listenHost + ":" + std::to_string(options.listenPort),
-		                            exc.displayText()));
-	}
+	const std::unique_ptr<Host> pHost = makeHost(params, options.strict);
 	pHost->setDevice(light.device());
 	pHost->subscriptionChanged += Tavik::Delegate<const Host::SubscriptionChange>(
 	    [&output, &light](const void*, const Host::SubscriptionChange& change) {

@@ -9,27 +9,6 @@
 
 #include <iostream>
 
-namespace Gena {
-
-/// Two seconds: how long a NOTIFY that overtook its SUBSCRIBE response may
-/// wait for the SID to be stored.
-const Tavik::Timespan EARLY_NOTIFY_GRACE(2 * Tavik::Timespan::SECONDS);
-
-Tavik::UPnP::GENA::Listener::Settings listenerSettings(bool strict)
-{
-	Tavik::UPnP::GENA::Listener::Settings settings;
-	if (strict) return settings;
-	settings.checkCallback = true;
-	settings.strictRenewal = true;
-	settings.maxTimeout = Options::MAX_TIMEOUT;
-	settings.earlyNotifyGrace = EARLY_NOTIFY_GRACE;
-	settings.trackSequence = true;
-	settings.resubscribeOnGap = true;
-	return settings;
-}
-
-} // namespace Gena
-
 int main(int argc, char* argv[])
 {
 	using namespace Gena;

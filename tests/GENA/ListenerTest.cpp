@@ -1,6 +1,5 @@
 #include "Tavik/Callweave/EventSubscriber.h"
 #include "Tavik/UPnP/GENA/Listener.h"
-#include "Tavik/UPnP/GENA/StateProvider.h"
 #include "Tavik/Util/Timer.h"
 
 #include "GENATestSupport.h"
@@ -13,13 +12,6 @@ using namespace Tavik::UPnP::GENA;
 using TestSupport::TestListener;
 
 namespace {
-
-class FixedState : public StateProvider
-{
-public:
-	std::vector<std::pair<std::string, std::string> > currentState() override { return {}; }
-};
-
 
 class NullSubscriber : public Callweave::EventSubscriber
 {
@@ -59,8 +51,8 @@ TEST_F(ListenerTest, DefaultsAndURIs)
 
 TEST_F(ListenerTest, StateProvidersAreKeyedByPath)
 {
-	FixedState first;
-	FixedState second;
+	TestSupport::TestState first;
+	TestSupport::TestState second;
 	_pListener->registerStateProvider("http://a:1/dev/svc?x=1", &first);
 	_pListener->registerStateProvider("/dev/svc", &second);
 	EXPECT_EQ(&second, _pListener->findStateProvider("http://other:2/dev/svc?y=2"));

@@ -10,7 +10,6 @@
 #include "Tavik/Thread.h"
 #include "Tavik/ThreadPool.h"
 #include "Tavik/UPnP/GENA/Listener.h"
-#include "Tavik/UPnP/GENA/StateProvider.h"
 #include "Tavik/UPnP/GENA/Transport.h"
 #include "Tavik/UPnP/GENA/TransportFactory.h"
 #include "Tavik/Util/Timer.h"
@@ -30,35 +29,13 @@ using Tavik::Callweave::ORB;
 using TestSupport::EventCounter;
 using TestSupport::EventRecorder;
 using TestSupport::ListenerEndpoint;
+using TestSupport::TestState;
 
 namespace {
 
 const std::string SERVICE_PATH = "/dev/counter/evt";
 /// The publisher's grant: renewals every 1.5 s keep a subscription alive.
 const int GRANT_SECONDS = 2;
-
-/// A counter service: its evented state is its name and its count.
-class CounterState : public StateProvider
-{
-public:
-	explicit CounterState(int count) : _count(count) {}
-
-	std::vector<std::pair<std::string, std::string>> currentState() override
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		return {{"Count", std::to_string(_count)}, {"Name", "counter"}};
-	}
-
-	void set(int count)
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		_count = count;
-	}
-
-private:
-	std::mutex _mutex;
-	int _count;
-};
 
 /// The publishing host: its event endpoint, grants of GRANT_SECONDS and
 /// renewals of unknown SIDs refused, and the counter's dispatcher registered
@@ -67,7 +44,8 @@ class Publisher
 {
 public:
 	Publisher(Util::Timer& timer, int count, unsigned short port = 0)
-	    : _state(count), _endpoint(timer, port), _pDispatcher(new EventDispatcher(Transport::PROTOCOL))
+	    : _state({{"Count", std::to_string(count)}, {"Name", "counter"}}), _endpoint(timer, port),
+	      _pDispatcher(new EventDispatcher(Transport::PROTOCOL))
 	{
 		Listener::Settings settings;
 		settings.maxTimeout = GRANT_SECONDS;
@@ -91,7 +69,7 @@ public:
 
 	void fire(int count)
 	{
-		_state.set(count);
+		_state.set("Count", std::to_string(count));
 		_pDispatcher->fireEvent(
 		    "Count", [count](Callweave::Serializer& serializer) { serializer.serialize("data", count); });
 	}
@@ -111,7 +89,8 @@ public:
 	}
 
 private:
-	CounterState _state;
+	/// A counter service: its evented state is its count and its name.
+	TestState _state;
 	ListenerEndpoint _endpoint;
 	AutoPtr<EventDispatcher> _pDispatcher;
 };

@@ -24,12 +24,6 @@ namespace EndpointTesting {
 
 const std::string SERVICE_PATH = "/dev/svc";
 
-class OneVariable : public Tavik::UPnP::GENA::StateProvider
-{
-public:
-	std::vector<std::pair<std::string, std::string>> currentState() override { return {{"Volume", "7"}}; }
-};
-
 /// A listener's event endpoint on a real HTTP server on 127.0.0.1, and one
 /// object with events at SERVICE_PATH whose dispatcher reads the time from
 /// a clock the test can move forward (advanceClock()).
@@ -108,7 +102,7 @@ protected:
 	TestSupport::ListenerEndpoint _endpoint{_timer};
 	const std::string _endPoint = _endpoint.endPoint();
 	Tavik::AutoPtr<TestSupport::TestListener> _pListener = _endpoint.pListener;
-	OneVariable _state;
+	TestSupport::TestState _state{{{"Volume", "7"}}};
 	std::atomic<Tavik::Clock::ClockDiff> _clockOffset{0};
 	Tavik::AutoPtr<Tavik::Callweave::EventDispatcher> _pDispatcher;
 };

@@ -2,13 +2,13 @@
 // registered with the framework, a real event dispatcher, initial
 // notifications run on the default thread pool, and recording subscribers.
 
+#include "GENATestSupport.h"
 #include "RecordingServer.h"
 #include "Tavik/Callweave/EventDispatcher.h"
 #include "Tavik/Clock.h"
 #include "Tavik/ThreadPool.h"
 #include "Tavik/UPnP/GENA/InitialEventNotificationThread.h"
 #include "Tavik/UPnP/GENA/Listener.h"
-#include "Tavik/UPnP/GENA/StateProvider.h"
 #include "Tavik/UPnP/GENA/Transport.h"
 #include "Tavik/UPnP/GENA/TransportFactory.h"
 #include "Tavik/Util/Timer.h"
@@ -29,12 +29,6 @@ namespace {
 
 const Clock NEVER(0);
 const Timespan::TimeDiff SECOND = Timespan::SECONDS;
-
-class FixedStateProvider : public StateProvider
-{
-public:
-	std::vector<std::pair<std::string, std::string>> currentState() override { return {{"Status", "0"}}; }
-};
 
 void fireStatus(EventDispatcher& dispatcher, int value)
 {
@@ -70,7 +64,7 @@ protected:
 
 	Util::Timer timer;
 	AutoPtr<Listener> pListener = new Listener("127.0.0.1:4711", timer);
-	FixedStateProvider provider;
+	TestSupport::TestState provider{{{"Status", "0"}}};
 	// Members, so that TearDown() stops the deliveries before the servers go.
 	RecordingServer first;
 	RecordingServer second;

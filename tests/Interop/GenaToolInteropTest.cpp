@@ -4,14 +4,14 @@
 
 #ifdef INTEROP_GENA
 
-#include "PeerProcess.h"
+#include "ChildProcess.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 
-using InteropTest::PeerProcess;
-using InteropTest::wordsOf;
+using TestSupport::ChildProcess;
+using TestSupport::wordsOf;
 
 namespace {
 
@@ -30,17 +30,18 @@ std::string fieldOf(const std::string& line, const std::string& name)
 
 TEST(GenaTool, LibupnpControlPointSubscribesToGenaPublish)
 {
-	PeerProcess gena(INTEROP_GENA, {"publish", "--listen", "127.0.0.1:0", "--json"});
+	ChildProcess gena(INTEROP_GENA, {"publish", "--listen", "127.0.0.1:0", "--json"});
 	const std::optional<std::string> listening = gena.expect("{\"event\":\"listening\"");
-	ASSERT_TRUE(listening) << gena.lines();
+	ASSERT_TRUE(listening) << gena.transcript();
 	const std::string description = fieldOf(*listening, "url");
 	const std::string eventURL = description.substr(0, description.find('/', std::string("http://").size())) +
 	                             "/upnp-eventing/SwitchPower";
-	PeerProcess controlPoint(INTEROP_UPNP_CONTROL_POINT, {eventURL});
+	ChildProcess controlPoint(INTEROP_UPNP_CONTROL_POINT, {eventURL});
 	const std::optional<std::string> subscribed = controlPoint.expect("subscribed ");
-	ASSERT_TRUE(subscribed) << controlPoint.lines() << gena.lines();
+	ASSERT_TRUE(subscribed) << controlPoint.transcript() << gena.transcript();
 	const std::string sid = wordsOf(*subscribed).at(1);
-	EXPECT_EQ("event " + sid + " 0 Status=0", controlPoint.expect("event ").value_or(controlPoint.lines()));
+	EXPECT_EQ("event " + sid + " 0 Status=0",
+	          controlPoint.expect("event ").value_or(controlPoint.transcript()));
 
 	// The new subscriber joins the service's deliveries once its initial event
 	// has been answered; a change before that reaches it only through a later
@@ -53,7 +54,7 @@ TEST(GenaTool, LibupnpControlPointSubscribesToGenaPublish)
 		gena.send("set Status " + std::to_string(++value));
 		first = controlPoint.expect("event ", std::chrono::seconds(1));
 	}
-	ASSERT_TRUE(first) << controlPoint.lines();
+	ASSERT_TRUE(first) << controlPoint.transcript();
 	const std::vector<std::string> words = wordsOf(*first);
 	ASSERT_EQ(4u, words.size()) << *first;
 	EXPECT_EQ("1", words[2]);
@@ -62,26 +63,26 @@ TEST(GenaTool, LibupnpControlPointSubscribesToGenaPublish)
 	for (unsigned seq = 2;; ++seq)
 	{
 		const std::optional<std::string> event = controlPoint.expect("event ");
-		ASSERT_TRUE(event) << controlPoint.lines();
-		EXPECT_EQ(std::to_string(seq), wordsOf(*event).at(2)) << controlPoint.lines();
+		ASSERT_TRUE(event) << controlPoint.transcript();
+		EXPECT_EQ(std::to_string(seq), wordsOf(*event).at(2)) << controlPoint.transcript();
 		if (wordsOf(*event).back() == "Status=done") break;
 	}
 
 	controlPoint.send("unsubscribe");
-	EXPECT_EQ("unsubscribed", controlPoint.expect("unsubscribed").value_or(controlPoint.lines()));
-	EXPECT_TRUE(gena.expect("{\"event\":\"unsubscribed\"")) << gena.lines();
+	EXPECT_EQ("unsubscribed", controlPoint.expect("unsubscribed").value_or(controlPoint.transcript()));
+	EXPECT_TRUE(gena.expect("{\"event\":\"unsubscribed\"")) << gena.transcript();
 	gena.signal(SIGINT);
-	EXPECT_EQ(0, gena.exitCode()) << gena.lines();
+	EXPECT_EQ(0, gena.wait()) << gena.transcript();
 }
 
 TEST(GenaTool, GenaMonitorSubscribesToLibupnpDevice)
 {
-	PeerProcess device(INTEROP_UPNP_DEVICE);
+	ChildProcess device(INTEROP_UPNP_DEVICE);
 	const std::optional<std::string> ready = device.expect("ready ");
-	ASSERT_TRUE(ready) << device.lines();
+	ASSERT_TRUE(ready) << device.transcript();
 	const std::string url = wordsOf(*ready).at(1);
-	PeerProcess gena(INTEROP_GENA, {"monitor", url, "--listen", "127.0.0.1:0", "--json"});
-	ASSERT_TRUE(gena.expect("{\"event\":\"subscribed\"")) << gena.lines();
+	ChildProcess gena(INTEROP_GENA, {"monitor", url, "--listen", "127.0.0.1:0", "--json"});
+	ASSERT_TRUE(gena.expect("{\"event\":\"subscribed\"")) << gena.transcript();
 
 	std::vector<std::string> properties;
 	for (int i = 0; i < 2; ++i)
@@ -92,14 +93,14 @@ TEST(GenaTool, GenaMonitorSubscribesToLibupnpDevice)
 	}
 	EXPECT_EQ(std::vector<std::string>({"LoadLevelStatus=0", "Status=0"}), properties);
 	device.send("set Status 1");
-	const std::string later = gena.expect("{\"event\":\"property\"").value_or(gena.lines());
+	const std::string later = gena.expect("{\"event\":\"property\"").value_or(gena.transcript());
 	EXPECT_EQ("1", fieldOf(later, "seq"));
 	EXPECT_EQ("Status", fieldOf(later, "name"));
 	EXPECT_EQ("1", fieldOf(later, "value"));
 
 	gena.signal(SIGINT);
-	EXPECT_TRUE(gena.expect("{\"event\":\"unsubscribed\"")) << gena.lines();
-	EXPECT_EQ(0, gena.exitCode()) << gena.lines();
+	EXPECT_TRUE(gena.expect("{\"event\":\"unsubscribed\"")) << gena.transcript();
+	EXPECT_EQ(0, gena.wait()) << gena.transcript();
 }
 
 #endif // INTEROP_GENA

@@ -2,8 +2,8 @@
 // processes on loopback): its control point subscribes to our publisher, and
 // our subscriber subscribes to its device.
 
+#include "ChildProcess.h"
 #include "GENATestSupport.h"
-#include "PeerProcess.h"
 
 #include "Tavik/Callweave/EventDispatcher.h"
 #include "Tavik/Callweave/GenericEventSubscriber.h"
@@ -12,7 +12,6 @@
 #include "Tavik/Message.h"
 #include "Tavik/TestChannel.h"
 #include "Tavik/ThreadPool.h"
-#include "Tavik/UPnP/GENA/StateProvider.h"
 #include "Tavik/UPnP/GENA/Transport.h"
 #include "Tavik/UPnP/GENA/TransportFactory.h"
 #include "Tavik/Util/Timer.h"
@@ -23,37 +22,16 @@
 
 using namespace Tavik;
 using namespace Tavik::UPnP::GENA;
-using InteropTest::PeerProcess;
-using InteropTest::wordsOf;
+using TestSupport::ChildProcess;
 using TestSupport::EventCounter;
 using TestSupport::EventRecorder;
 using TestSupport::ListenerEndpoint;
+using TestSupport::TestState;
+using TestSupport::wordsOf;
 
 namespace {
 
 const std::string EVENT_PATH = "/light/event";
-
-/// The light's evented variables, changed by the test.
-class LightState : public StateProvider
-{
-public:
-	std::vector<std::pair<std::string, std::string>> currentState() override
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		return {{"Status", _status}, {"LoadLevelStatus", _level}};
-	}
-
-	void setLevel(const std::string& level)
-	{
-		std::lock_guard<std::mutex> lock(_mutex);
-		_level = level;
-	}
-
-private:
-	std::mutex _mutex;
-	std::string _status = "0";
-	std::string _level = "30";
-};
 
 /// Our publisher: one light service with events at EVENT_PATH.
 class LibupnpControlPointTest : public ::testing::Test
@@ -85,7 +63,8 @@ protected:
 		});
 	}
 
-	LightState state;
+	/// The light's evented variables, changed by the test.
+	TestState state{{{"Status", "0"}, {"LoadLevelStatus", "30"}}};
 	// Declared before the endpoint: the timer must outlive its listener.
 	Util::Timer timer;
 	ListenerEndpoint endpoint{timer};
@@ -101,7 +80,7 @@ protected:
 		Logger::setChannel("UPnP.GENA", pChannel);
 		Logger::setLevel("UPnP.GENA", Message::PRIO_DEBUG);
 		const std::optional<std::string> ready = device.expect("ready ");
-		ASSERT_TRUE(ready) << device.lines();
+		ASSERT_TRUE(ready) << device.transcript();
 		url = wordsOf(*ready).at(1);
 	}
 
@@ -110,7 +89,7 @@ protected:
 	AutoPtr<TestChannel> pChannel = new TestChannel;
 	Util::Timer timer;
 	ListenerEndpoint endpoint{timer};
-	PeerProcess device{INTEROP_UPNP_DEVICE};
+	ChildProcess device{INTEROP_UPNP_DEVICE};
 	std::string url;
 };
 
@@ -118,34 +97,34 @@ protected:
 
 TEST_F(LibupnpControlPointTest, ReceivesInitialAndLaterEventsThenUnsubscribes)
 {
-	PeerProcess controlPoint(INTEROP_UPNP_CONTROL_POINT, {eventURL()});
+	ChildProcess controlPoint(INTEROP_UPNP_CONTROL_POINT, {eventURL()});
 
 	const std::optional<std::string> subscribed = controlPoint.expect("subscribed ");
-	ASSERT_TRUE(subscribed) << controlPoint.lines();
+	ASSERT_TRUE(subscribed) << controlPoint.transcript();
 	const std::vector<std::string> grant = wordsOf(*subscribed);
 	ASSERT_EQ(3u, grant.size());
 	EXPECT_EQ("300", grant[2]);
 	const std::string sid = grant[1];
 	const std::optional<std::string> initial = controlPoint.expect("event ");
-	ASSERT_TRUE(initial) << controlPoint.lines();
+	ASSERT_TRUE(initial) << controlPoint.transcript();
 	EXPECT_EQ("event " + sid + " 0 Status=0 LoadLevelStatus=30", *initial);
 
 	// The initial notification enters the subscriber once it has been answered.
 	ThreadPool::defaultPool().joinAll();
 	ASSERT_EQ(1u, pDispatcher->subscriberCount());
-	state.setLevel("75");
+	state.set("LoadLevelStatus", "75");
 	fire("LoadLevelStatus", "75");
 	fire("Status", "1");
 	EXPECT_EQ("event " + sid + " 1 LoadLevelStatus=75", controlPoint.expect("event ").value_or("none"));
 	EXPECT_EQ("event " + sid + " 2 Status=1", controlPoint.expect("event ").value_or("none"));
 
 	controlPoint.send("renew");
-	EXPECT_EQ("renewed 300", controlPoint.expect("renewed ").value_or(controlPoint.lines()));
+	EXPECT_EQ("renewed 300", controlPoint.expect("renewed ").value_or(controlPoint.transcript()));
 	fire("Status", "0");
 	EXPECT_EQ("event " + sid + " 3 Status=0", controlPoint.expect("event ").value_or("none"));
 
 	controlPoint.send("unsubscribe");
-	EXPECT_EQ("unsubscribed", controlPoint.expect("unsubscribed").value_or(controlPoint.lines()));
+	EXPECT_EQ("unsubscribed", controlPoint.expect("unsubscribed").value_or(controlPoint.transcript()));
 	EXPECT_EQ(0u, pDispatcher->subscriberCount());
 }
 
@@ -159,17 +138,17 @@ TEST_F(LibupnpDeviceTest, DeliversInitialAndLaterEventsRenewsAndUnsubscribes)
 
 	listener.subscribeToEvents(recorder.pSubscriber);
 
-	ASSERT_TRUE(recorder.waitFor(2)) << device.lines();
+	ASSERT_TRUE(recorder.waitFor(2)) << device.transcript();
 	// A property set is handed over last property first.
 	EXPECT_EQ(std::vector<std::string>({"LoadLevelStatus=0", "Status=0"}), recorder.events());
 	device.send("set Status 1");
 	device.send("set LoadLevelStatus 60");
-	ASSERT_TRUE(recorder.waitFor(4)) << device.lines();
+	ASSERT_TRUE(recorder.waitFor(4)) << device.transcript();
 	EXPECT_EQ(std::vector<std::string>({"LoadLevelStatus=0", "Status=0", "Status=1", "LoadLevelStatus=60"}),
 	          recorder.events());
 	EXPECT_TRUE(renewed.waitFor(1));
 
 	listener.unsubscribeFromEvents(recorder.pSubscriber);
-	EXPECT_EQ(0u, pChannel->count("", Message::PRIO_WARNING)) << device.lines();
-	EXPECT_EQ(0u, pChannel->count("", Message::PRIO_ERROR)) << device.lines();
+	EXPECT_EQ(0u, pChannel->count("", Message::PRIO_WARNING)) << device.transcript();
+	EXPECT_EQ(0u, pChannel->count("", Message::PRIO_ERROR)) << device.transcript();
 }

@@ -1,7 +1,7 @@
 // The ready-made host over loopback: the documents it serves, a subscription
 // from one host to another, and the order of its shutdown.
 
-#include "TestSupport.h"
+#include "GENATestSupport.h"
 
 #include "Tavik/Callweave/GenericEventSubscriber.h"
 #include "Tavik/Callweave/ORB.h"
@@ -25,12 +25,6 @@ using Tavik::Callweave::GenericEventSubscriber;
 using Tavik::UPnP::Host::Host;
 
 namespace {
-
-class Level : public UPnP::GENA::StateProvider
-{
-public:
-	std::vector<std::pair<std::string, std::string>> currentState() override { return {{"Level", "7"}}; }
-};
 
 struct Answer
 {
@@ -105,7 +99,7 @@ protected:
 		device.services.push_back(service);
 	}
 
-	Level level;
+	TestSupport::TestState level{{{"Level", "7"}}};
 	Host::Device device;
 	AutoPtr<Callweave::EventDispatcher> pDispatcher;
 };

@@ -2,7 +2,6 @@
 // talking to each other over loopback.
 
 #include "ChildProcess.h"
-#include "TestSupport.h"
 
 #include "Tavik/Net/HTTPRequestHandler.h"
 #include "Tavik/Net/HTTPRequestHandlerFactory.h"
@@ -16,6 +15,8 @@
 #include <csignal>
 #include <map>
 #include <numeric>
+
+using TestSupport::ChildProcess;
 
 namespace {
 
@@ -81,10 +82,9 @@ std::map<std::string, std::string> readEvent(ChildProcess& child, const std::str
 	std::map<std::string, std::string> fields;
 	for (const std::string& line : child.lines())
 		if (isEvent(line, event, want, fields)) return fields;
-	const auto deadline = ChildProcess::Clock::now() + DEADLINE;
-	std::string line;
-	while (ChildProcess::Clock::now() < deadline && child.readLine(line, DEADLINE))
-		if (isEvent(line, event, want, fields)) return fields;
+	const ChildProcess::Clock::time_point deadline = ChildProcess::Clock::now() + DEADLINE;
+	while (const std::optional<std::string> line = child.readLine(deadline))
+		if (isEvent(*line, event, want, fields)) return fields;
 	ADD_FAILURE() << "no '" << event << "' line; stderr: " << child.errors();
 	return {};
 }
@@ -181,12 +181,12 @@ TEST_F(PublishTest, MonitorOfDescriptionSeesEveryServiceAndUnsubscribesOnSIGTERM
 	    readEvent(monitor, "property", {{"service", DIMMING}, {"name", "LoadLevelStatus"}, {"seq", "0"}})
 	        .empty());
 
-	publish.write("set Status 1\n");
+	publish.send("set Status 1");
 	readEvent(publish, "property", {{"service", SWITCH_POWER}, {"name", "Status"}, {"value", "1"}});
 	readEvent(monitor, "property", {{"sid", sid}, {"name", "Status"}, {"value", "1"}, {"seq", "1"}});
 
 	// Quotes, backslashes and tabs survive the trip and the JSON escaping.
-	publish.write("set LoadLevelStatus a\"b\\c\td\n");
+	publish.send("set LoadLevelStatus a\"b\\c\td");
 	readEvent(monitor, "property", {{"name", "LoadLevelStatus"}, {"value", "a\"b\\c\td"}});
 
 	monitor.signal(SIGTERM);
@@ -203,7 +203,8 @@ TEST_F(PublishTest, MonitorOfEventURLAndPublishInputErrors)
 	EXPECT_EQ(0u, initial.count("service")); // not known without a description
 	EXPECT_EQ("Second-60", readEvent(publish, "subscribed", {{"service", DIMMING}})["timeout"]);
 
-	publish.write("set Brightness 3\nhello\n");
+	publish.send("set Brightness 3");
+	publish.send("hello");
 	EXPECT_FALSE(
 	    readEvent(publish, "error", {{"message", "unknown variable 'Brightness' (known: Status, LoadLevelStatus)"}})
 	        .empty());
@@ -303,4 +304,13 @@ TEST(MonitorTest, DescriptionThatIsNotXMLFails)
 	EXPECT_EQ(1, gena.wait(DEADLINE));
 	EXPECT_EQ(0u, gena.errors().find("gena: " + url + " is not a UPnP device description: "))
 	    << gena.errors();
+}
+
+TEST(PublishCommandTest, PortInUseFails)
+{
+	Tavik::Net::HTTPServer busy(std::make_shared<NotXML>(), "127.0.0.1", 0);
+	const std::string endPoint = "127.0.0.1:" + std::to_string(busy.port());
+	ChildProcess gena(GENA, {"publish", "--listen", endPoint});
+	EXPECT_EQ(1, gena.wait(DEADLINE));
+	EXPECT_EQ(0u, gena.errors().find("gena: cannot listen on " + endPoint + ": ")) << gena.errors();
 }

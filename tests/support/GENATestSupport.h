@@ -8,12 +8,13 @@
 #include "Tavik/Net/HTTPServer.h"
 #include "Tavik/UPnP/GENA/Listener.h"
 #include "Tavik/UPnP/GENA/RequestHandler.h"
+#include "Tavik/UPnP/GENA/StateProvider.h"
 #include "TestSupport.h"
 
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Test doubles shared by the GENA unit and integration tests.
@@ -25,6 +26,40 @@ class TestListener : public Tavik::UPnP::GENA::Listener
 public:
 	using Listener::addSubscription;
 	using Listener::Listener;
+};
+
+/// Evented variables the test sets, for the initial events. Thread safe.
+class TestState : public Tavik::UPnP::GENA::StateProvider
+{
+public:
+	using Variables = std::vector<std::pair<std::string, std::string>>;
+
+	explicit TestState(Variables variables = {}) : _variables(std::move(variables)) {}
+
+	Variables currentState() override
+	{
+		std::lock_guard<std::mutex> lock(_mutex);
+		return _variables;
+	}
+
+	/// Sets the value of variable name; a new one goes last.
+	void set(const std::string& name, const std::string& value)
+	{
+		std::lock_guard<std::mutex> lock(_mutex);
+		for (auto& variable : _variables)
+		{
+			if (variable.first == name)
+			{
+				variable.second = value;
+				return;
+			}
+		}
+		_variables.emplace_back(name, value);
+	}
+
+private:
+	std::mutex _mutex;
+	Variables _variables;
 };
 
 /// An event subscriber that records the names of the events it receives.
@@ -99,40 +134,23 @@ class EventRecorder
 public:
 	explicit EventRecorder(const std::string& endpointURI)
 	    : pSubscriber(new Tavik::Callweave::GenericEventSubscriber(endpointURI)),
-	      _pState(std::make_shared<State>())
+	      _pEvents(std::make_shared<StringLog>())
 	{
 		pSubscriber->eventReceived += Tavik::Delegate<const Tavik::Callweave::GenericEventSubscriber::Event>(
-		    [pState = _pState](const void*, const Tavik::Callweave::GenericEventSubscriber::Event& event) {
-			    std::lock_guard<std::mutex> lock(pState->mutex);
-			    pState->events.push_back(event.name + "=" + event.value);
-			    pState->changed.notify_all();
+		    [pEvents = _pEvents](const void*, const Tavik::Callweave::GenericEventSubscriber::Event& event) {
+			    pEvents->add(event.name + "=" + event.value);
 		    });
 	}
 
 	/// Waits until at least n events have arrived; false at the deadline.
-	bool waitFor(std::size_t n)
-	{
-		std::unique_lock<std::mutex> lock(_pState->mutex);
-		return _pState->changed.wait_for(lock, DEADLINE, [&] { return _pState->events.size() >= n; });
-	}
+	bool waitFor(std::size_t n) { return _pEvents->waitFor(n); }
 
-	std::vector<std::string> events()
-	{
-		std::lock_guard<std::mutex> lock(_pState->mutex);
-		return _pState->events;
-	}
+	std::vector<std::string> events() { return _pEvents->entries(); }
 
 	Tavik::AutoPtr<Tavik::Callweave::GenericEventSubscriber> pSubscriber;
 
 private:
-	struct State
-	{
-		std::mutex mutex;
-		std::condition_variable changed;
-		std::vector<std::string> events;
-	};
-
-	std::shared_ptr<State> _pState;
+	std::shared_ptr<StringLog> _pEvents;
 };
 
 /// Counts the firings of one listener event, and lets a test wait for them.
@@ -142,40 +160,22 @@ class EventCounter
 {
 public:
 	explicit EventCounter(Tavik::BasicEvent<const std::string>& event)
-	    : _event(event), _pState(std::make_shared<State>()),
-	      _delegate([pState = _pState](const void*, const std::string& uri) {
-		      std::lock_guard<std::mutex> lock(pState->mutex);
-		      pState->uris.push_back(uri);
-		      pState->changed.notify_all();
-	      })
+	    : _event(event), _pURIs(std::make_shared<StringLog>()),
+	      _delegate([pURIs = _pURIs](const void*, const std::string& uri) { pURIs->add(uri); })
 	{
 		_event += _delegate;
 	}
 
 	~EventCounter() { _event -= _delegate; }
 
-	bool waitFor(std::size_t n)
-	{
-		std::unique_lock<std::mutex> lock(_pState->mutex);
-		return _pState->changed.wait_for(lock, DEADLINE, [&] { return _pState->uris.size() >= n; });
-	}
+	/// Waits until the event has fired at least n times; false at the deadline.
+	bool waitFor(std::size_t n) { return _pURIs->waitFor(n); }
 
-	std::vector<std::string> uris()
-	{
-		std::lock_guard<std::mutex> lock(_pState->mutex);
-		return _pState->uris;
-	}
+	std::vector<std::string> uris() { return _pURIs->entries(); }
 
 private:
-	struct State
-	{
-		std::mutex mutex;
-		std::condition_variable changed;
-		std::vector<std::string> uris;
-	};
-
 	Tavik::BasicEvent<const std::string>& _event;
-	std::shared_ptr<State> _pState;
+	std::shared_ptr<StringLog> _pURIs;
 	Tavik::Delegate<const std::string> _delegate;
 };
 
