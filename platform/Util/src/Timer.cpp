@@ -21,7 +21,11 @@ void checkMilliseconds(long value, long minimum, const char* what)
 
 } // namespace
 
-Timer::Timer() : _pQueue(std::make_shared<TimerQueue>())
+Timer::Timer() : Timer(ClockSource())
+{
+}
+
+Timer::Timer(ClockSource clock) : _pQueue(std::make_shared<TimerQueue>(std::move(clock)))
 {
 	try
 	{
@@ -58,6 +62,16 @@ void Timer::schedule(AutoPtr<TimerTask> pTask, long delayMs)
 void Timer::cancel(bool wait)
 {
 	_pQueue->cancelAll(wait);
+}
+
+Clock Timer::now() const
+{
+	return _pQueue->now();
+}
+
+void Timer::wakeUp()
+{
+	_pQueue->wakeUp();
 }
 
 } // namespace Util

@@ -41,6 +41,16 @@ void runGuarded(TimerTask& task)
 
 } // namespace
 
+TimerQueue::TimerQueue(std::function<Clock()> clock) : _clock(std::move(clock))
+{
+}
+
+void TimerQueue::wakeUp()
+{
+	std::lock_guard<std::mutex> lock(_mutex);
+	_changed.notify_one();
+}
+
 void TimerQueue::schedule(AutoPtr<TimerTask> pTask, Clock::ClockDiff delayUs, Clock::ClockDiff intervalUs)
 {
 	{
@@ -50,7 +60,7 @@ void TimerQueue::schedule(AutoPtr<TimerTask> pTask, Clock::ClockDiff delayUs, Cl
 		pTask->_scheduled = true;
 		pTask->_pQueue = weak_from_this();
 	}
-	Entry entry{pTask, Clock() + delayUs, intervalUs};
+	Entry entry{pTask, now() + delayUs, intervalUs};
 	std::lock_guard<std::mutex> lock(_mutex);
 	// Checked under the lock: cancel() sets the flag before it takes the lock.
 	if (pTask->isCancelled() || _stopped) return;
@@ -101,7 +111,7 @@ void TimerQueue::run()
 	{
 		Entry entry;
 		if (!takeNext(entry)) return;
-		const Clock started;
+		const Clock started = now();
 		entry.pTask->_lastExecution.store(started.raw());
 		runGuarded(*entry.pTask);
 		finishRun(entry, started);
@@ -121,7 +131,7 @@ bool TimerQueue::takeNext(Entry& entry)
 			continue;
 		}
 		auto first = _queue.begin();
-		const Clock::ClockDiff wait = first->first - Clock();
+		const Clock::ClockDiff wait = first->first - now();
 		if (wait > 0)
 		{
 			_changed.wait_for(lock, std::chrono::microseconds(std::min(wait, LONGEST_WAIT)));

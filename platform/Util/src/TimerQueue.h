@@ -6,6 +6,7 @@
 #include "Tavik/Util/TimerTask.h"
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -23,6 +24,12 @@ namespace Util {
 class TimerQueue : public std::enable_shared_from_this<TimerQueue>
 {
 public:
+	/// A queue on clock; the system's monotonic clock when it is empty.
+	explicit TimerQueue(std::function<Clock()> clock);
+
+	Clock now() const { return _clock ? _clock() : Clock(); }
+	/// Makes the waiting timer thread read the clock again.
+	void wakeUp();
 	/// Queues pTask, due after delayUs; periodic when intervalUs > 0.
 	void schedule(AutoPtr<TimerTask> pTask, Clock::ClockDiff delayUs, Clock::ClockDiff intervalUs);
 	/// TimerTask::cancel() after the task's flag is set.
@@ -48,6 +55,7 @@ private:
 	bool mustWaitFor(const TimerTask& task) const;
 	Queue cancelAllLocked();
 
+	const std::function<Clock()> _clock;
 	std::mutex _mutex;
 	std::condition_variable _changed;     // the queue changed or the timer stops
 	std::condition_variable _runFinished; // _pRunning went back to null

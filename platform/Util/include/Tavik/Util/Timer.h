@@ -2,8 +2,10 @@
 #define Tavik_Util_Timer_INCLUDED
 
 #include "Tavik/AutoPtr.h"
+#include "Tavik/Clock.h"
 #include "Tavik/Util/TimerTask.h"
 
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -32,8 +34,16 @@ public:
 	/// values are refused with InvalidArgumentException.
 	static constexpr long MAX_DELAY = 10'000'000'000'000L;
 
-	/// Starts the timer thread. Throws SystemException when the system refuses it.
+	/// Where a timer reads the time: a callable that any thread may call.
+	using ClockSource = std::function<Clock()>;
+
+	/// Starts the timer thread, on the system's monotonic clock. Throws
+	/// SystemException when the system refuses it.
 	Timer();
+	/// Starts the timer thread on the given clock, for tests that move time
+	/// forward instead of waiting for it (see wakeUp()); an empty clock is the
+	/// system's. Throws SystemException when the system refuses the thread.
+	explicit Timer(ClockSource clock);
 	/// Cancels every task, waits for a task running at this moment to return,
 	/// and joins the thread. Must not be called from one of its tasks.
 	~Timer();
@@ -52,6 +62,13 @@ public:
 	/// Cancels every task. With wait, also waits until a task running at this
 	/// moment has returned (not when called from a task).
 	void cancel(bool wait = false);
+
+	/// The time on this timer's clock: due times, and the users of the timer
+	/// that measure time against its schedule, read it here.
+	Clock now() const;
+	/// Makes the timer read its clock again at once. The system's clock needs
+	/// no call; a clock that jumps forward needs one after each jump.
+	void wakeUp();
 
 private:
 	std::shared_ptr<TimerQueue> _pQueue;
