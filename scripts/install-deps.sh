@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, the tests and the benchmarks need.
-# Usage: scripts/install-deps.sh [test]
-#   test: also the peers and tools of the full test run (libupnp for the
-#   interoperability tests, iproute2 for the dead-host tests, clang for the
-#   fuzz targets).
+# Installs the Debian packages the build, the tests and the benchmarks need,
+# and those of the groups named.
+# Usage: scripts/install-deps.sh [group...]
+#   docs: Doxygen, for the API reference (scripts/docs.sh).
+#   package: dpkg-dev and file, for the Debian packages (cpack), and
+#   pkg-config, for building against the installed .pc files
+#   (scripts/check-install.sh).
+#   test: what the full test run needs beyond the build: the docs and package
+#   groups, libupnp for the interoperability tests, iproute2 for the
+#   dead-host tests, clang for the fuzz targets.
 # Quick when everything is present: apt is only asked for what is missing.
 set -euo pipefail
 
@@ -14,9 +19,17 @@ packages=(
   libexpat1-dev
   libboost-dev
 )
-if [ "${1:-}" = "test" ]; then
-  packages+=(pkg-config libupnp-dev iproute2 clang-14 libclang-rt-14-dev)
-fi
+docs=(doxygen)
+packaging=(dpkg-dev file pkg-config)
+test=("${docs[@]}" "${packaging[@]}" libupnp-dev iproute2 clang-14 libclang-rt-14-dev)
+for group in "$@"; do
+  case $group in
+    docs) packages+=("${docs[@]}") ;;
+    package) packages+=("${packaging[@]}") ;;
+    test) packages+=("${test[@]}") ;;
+    *) echo "unknown group '$group' (docs, package or test)" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

@@ -12,6 +12,7 @@ const std::string USAGE =
     "usage: gena demo [--json] [--strict]\n"
     "       gena publish [--listen HOST:PORT] [--json] [--strict]\n"
     "       gena monitor URL [--listen HOST:PORT] [--timeout SECONDS] [--json] [--strict]\n"
+    "       gena --help | --version\n"
     "\n"
     "  demo     publish a dimmable light and subscribe to it on loopback, then exit\n"
     "  publish  serve the dimmable light until interrupted; stdin lines\n"
@@ -22,8 +23,13 @@ const std::string USAGE =
     "  --listen HOST:PORT  address of the HTTP server (port 0: a free port)\n"
     "  --timeout SECONDS   subscription duration to request (default 1800)\n"
     "  --json              one JSON object per line\n"
-    "  --strict            plain GENA: turn off the listener's interoperability settings\n";
+    "  --strict            plain GENA: turn off the listener's interoperability settings\n"
+    "  --help              print this text and exit\n"
+    "  --version           print the version and exit\n"
+    "\n"
+    "The manual page gena(1) describes the output and the exit codes.\n";
 
+const std::string VERSION = "gena %s";
 const std::string PROGRAM_PREFIX = "gena: ";
 const std::string UNKNOWN_COMMAND = "unknown command '%s'";
 const std::string MISSING_COMMAND = "missing command";

@@ -59,6 +59,11 @@ Options parseOptions(int argc, const char* const argv[])
 		options.command = "help";
 		return options;
 	}
+	if (options.command == "--version")
+	{
+		options.command = "version";
+		return options;
+	}
 	if (options.command != "demo" && options.command != "publish" && options.command != "monitor")
 		throw UsageError(Tavik::format(Messages::UNKNOWN_COMMAND, options.command));
 

@@ -29,7 +29,7 @@ struct Options
 	/// listener gives (unless --strict).
 	static constexpr int MAX_TIMEOUT = 86400;
 
-	std::string command; ///< "demo", "publish", "monitor" or "help"
+	std::string command; ///< "demo", "publish", "monitor", "help" or "version"
 	std::string url;     ///< monitor's URL, checked to be http
 	bool hasListen = false;
 	std::string listenHost = "127.0.0.1";

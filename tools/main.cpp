@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Messages.h"
 #include "Tavik/Exception.h"
+#include "Tavik/Format.h"
 #include "Tavik/Logger.h"
 #include "Tavik/Message.h"
 
@@ -21,6 +22,11 @@ int main(int argc, char* argv[])
 		if (options.command == "help")
 		{
 			std::cout << Messages::USAGE;
+			return 0;
+		}
+		if (options.command == "version")
+		{
+			std::cout << Tavik::format(Messages::VERSION, GENA_VERSION) << std::endl;
 			return 0;
 		}
 		Output output(std::cout, options.json);

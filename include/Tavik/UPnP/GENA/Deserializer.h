@@ -48,6 +48,7 @@ public:
 	void deserializeMessageEnd(const std::string& name, SerializerBase::MessageType type) override;
 	/// The brackets read nothing: the Begin operations return false and leave
 	/// their out-parameters unchanged.
+	///@{
 	bool deserializeStructBegin(const std::string& name, bool isMandatory) override;
 	void deserializeStructEnd(const std::string& name) override;
 	bool deserializeSequenceBegin(const std::string& name, bool isMandatory,
@@ -55,6 +56,7 @@ public:
 	void deserializeSequenceEnd(const std::string& name) override;
 	bool deserializeNullableBegin(const std::string& name, bool isMandatory, bool& isNull) override;
 	void deserializeNullableEnd(const std::string& name) override;
+	///@}
 	/// Each reads the last property's text into value and returns true.
 	/// Integers are decimal with "," allowed as thousands separator; numbers
 	/// too large for a char or short type keep their low bits; the platform
@@ -64,6 +66,7 @@ public:
 	/// character and throws "Illegal char value <text>" otherwise; a byte
 	/// vector is decoded from Base64 (Tavik::DataFormatException for bad text).
 	/// All throw "No more properties available" when the queue is empty.
+	///@{
 	bool deserialize(const std::string& name, bool isMandatory, signed char& value) override;
 	bool deserialize(const std::string& name, bool isMandatory, unsigned char& value) override;
 	bool deserialize(const std::string& name, bool isMandatory, short& value) override;
@@ -80,6 +83,7 @@ public:
 	bool deserialize(const std::string& name, bool isMandatory, char& value) override;
 	bool deserialize(const std::string& name, bool isMandatory, std::string& value) override;
 	bool deserialize(const std::string& name, bool isMandatory, std::vector<char>& value) override;
+	///@}
 	/// Parses the document on istr into the queue, unless istr is the stream
 	/// already read (then it returns at once). Throws the parser's
 	/// Tavik::XML::SAXParseException for a document that is not well-formed

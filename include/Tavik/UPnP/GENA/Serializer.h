@@ -63,15 +63,18 @@ public:
 	/// Writes nothing: events carry no faults.
 	void serializeFaultMessage(const std::string& name, Tavik::Exception& exc) override;
 	/// The brackets write nothing.
+	///@{
 	void serializeStructBegin(const std::string& name) override;
 	void serializeStructEnd(const std::string& name) override;
 	void serializeSequenceBegin(const std::string& name, unsigned int length) override;
 	void serializeSequenceEnd(const std::string& name) override;
 	void serializeNullableBegin(const std::string& name, bool isNull) override;
 	void serializeNullableEnd(const std::string& name) override;
+	///@}
 	/// Integers in decimal, bool as 1 or 0, float and double as the shortest
 	/// text that reads back the same value, char as itself, byte vectors in
 	/// Base64.
+	///@{
 	void serialize(const std::string& name, signed char value) override;
 	void serialize(const std::string& name, unsigned char value) override;
 	void serialize(const std::string& name, short value) override;
@@ -88,6 +91,7 @@ public:
 	void serialize(const std::string& name, char value) override;
 	void serialize(const std::string& name, const std::string& value) override;
 	void serialize(const std::string& name, const std::vector<char>& value) override;
+	///@}
 	/// Starts a new document on ostr, replacing any previous writer.
 	void setupImpl(std::ostream& ostr) override;
 

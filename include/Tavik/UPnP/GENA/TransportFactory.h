@@ -28,15 +28,21 @@ public:
 
 	/// A factory with the default settings.
 	TransportFactory();
+	/// A factory whose transports wait at most timeout in each network
+	/// operation and, with keepAlive, reuse a connection idle for no longer
+	/// than keepAliveTimeout.
 	TransportFactory(const Timespan& timeout, bool keepAlive, const Timespan& keepAliveTimeout);
 
 	/// A new, unconnected GENA Transport with this factory's settings and its
 	/// own SEQ counter. The caller owns it.
 	Callweave::Transport* createTransport() override;
 
+	/// The settings given to the constructor.
+	///@{
 	const Timespan& timeout() const { return _timeout; }
 	bool keepAlive() const { return _keepAlive; }
 	const Timespan& keepAliveTimeout() const { return _keepAliveTimeout; }
+	///@}
 
 	/// Registers a factory with the default settings under "upnp-eventing".
 	/// Throws the registry's ExistsException when one is registered already.

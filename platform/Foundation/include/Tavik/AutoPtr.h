@@ -18,17 +18,24 @@ class AutoPtr
 {
 public:
 	AutoPtr() noexcept : _ptr(nullptr) {}
+	/// A null pointer.
 	AutoPtr(std::nullptr_t) noexcept : _ptr(nullptr) {}
+	/// Takes over the reference to ptr that the caller holds.
 	AutoPtr(C* ptr) noexcept : _ptr(ptr) {}
+	/// With shared, adds a reference of its own to ptr; otherwise takes over
+	/// the caller's.
 	AutoPtr(C* ptr, bool shared) noexcept : _ptr(ptr)
 	{
 		if (shared && _ptr) _ptr->duplicate();
 	}
+	/// Shares other's object.
 	AutoPtr(const AutoPtr& other) noexcept : _ptr(other._ptr)
 	{
 		if (_ptr) _ptr->duplicate();
 	}
+	/// Takes other's reference; other becomes null.
 	AutoPtr(AutoPtr&& other) noexcept : _ptr(other._ptr) { other._ptr = nullptr; }
+	/// Shares the object of a pointer to a class derived from C.
 	template <class Other>
 	AutoPtr(const AutoPtr<Other>& other) noexcept : _ptr(other.get())
 	{
@@ -36,12 +43,14 @@ public:
 	}
 	~AutoPtr() { reset(); }
 
+	/// Releases the current object and shares (or, from an rvalue, takes) other's.
 	AutoPtr& operator=(AutoPtr other) noexcept
 	{
 		swap(other);
 		return *this;
 	}
 
+	/// Releases the object, if any, and becomes null.
 	void reset() noexcept
 	{
 		if (_ptr)
@@ -51,6 +60,7 @@ public:
 			ptr->release();
 		}
 	}
+	/// Exchanges the objects of the two pointers.
 	void swap(AutoPtr& other) noexcept { std::swap(_ptr, other._ptr); }
 
 	/// The pointer cast with dynamic_cast, sharing the object; null if the
@@ -68,8 +78,11 @@ public:
 		return _ptr;
 	}
 
+	/// The object, or null; the reference stays with this pointer.
 	C* get() const noexcept { return _ptr; }
+	/// True when the pointer holds no object.
 	bool isNull() const noexcept { return _ptr == nullptr; }
+	/// True when the pointer holds an object.
 	explicit operator bool() const noexcept { return _ptr != nullptr; }
 
 	/// Throws NullPointerException when null.
@@ -78,6 +91,7 @@ public:
 		if (!_ptr) throw NullPointerException();
 		return _ptr;
 	}
+	/// Throws NullPointerException when null.
 	C& operator*() const
 	{
 		if (!_ptr) throw NullPointerException();

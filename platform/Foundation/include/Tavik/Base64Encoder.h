@@ -37,6 +37,7 @@ public:
 	/// Negative values throw InvalidArgumentException. Takes effect for the
 	/// characters written after the call.
 	void setLineLength(int lineLength);
+	/// The characters per line; 0 for no line breaks.
 	int lineLength() const;
 
 private:

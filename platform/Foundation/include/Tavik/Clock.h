@@ -10,7 +10,9 @@ namespace Tavik {
 class Clock
 {
 public:
+	/// A point in microseconds.
 	using ClockVal = std::int64_t;
+	/// A distance between two points in microseconds.
 	using ClockDiff = std::int64_t;
 
 	/// The current time.
@@ -21,24 +23,35 @@ public:
 	/// Sets the clock to the current time.
 	void update();
 
+	/// The point in microseconds.
 	ClockVal raw() const noexcept { return _clock; }
 	/// Microseconds from this point to now.
 	ClockDiff elapsed() const;
 	/// True when at least `interval` microseconds have passed since this point.
 	bool isElapsed(ClockDiff interval) const { return elapsed() >= interval; }
 
+	/// The point d microseconds later or earlier.
+	///@{
 	Clock operator+(ClockDiff d) const noexcept { return Clock(_clock + d); }
 	Clock operator-(ClockDiff d) const noexcept { return Clock(_clock - d); }
+	///@}
+	/// Microseconds from other to this point.
 	ClockDiff operator-(const Clock& other) const noexcept { return _clock - other._clock; }
+	/// Moves the point d microseconds later or earlier.
+	///@{
 	Clock& operator+=(ClockDiff d) noexcept { _clock += d; return *this; }
 	Clock& operator-=(ClockDiff d) noexcept { _clock -= d; return *this; }
+	///@}
 
+	/// Compares the points.
+	///@{
 	bool operator==(const Clock& c) const noexcept { return _clock == c._clock; }
 	bool operator!=(const Clock& c) const noexcept { return _clock != c._clock; }
 	bool operator<(const Clock& c) const noexcept { return _clock < c._clock; }
 	bool operator<=(const Clock& c) const noexcept { return _clock <= c._clock; }
 	bool operator>(const Clock& c) const noexcept { return _clock > c._clock; }
 	bool operator>=(const Clock& c) const noexcept { return _clock >= c._clock; }
+	///@}
 
 private:
 	ClockVal _clock;

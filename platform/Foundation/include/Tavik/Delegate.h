@@ -29,11 +29,15 @@ public:
 	/// Calls the target. Exceptions of the target propagate.
 	void notify(const void* pSender, TArgs& args) const { _pTarget->notify(pSender, args); }
 
+	/// Equality as described for the class: same object and member function,
+	/// or copies of one callable delegate.
+	///@{
 	bool operator==(const Delegate& other) const
 	{
 		return _pTarget == other._pTarget || _pTarget->equals(*other._pTarget);
 	}
 	bool operator!=(const Delegate& other) const { return !(*this == other); }
+	///@}
 
 private:
 	class Target

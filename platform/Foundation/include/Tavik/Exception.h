@@ -15,11 +15,17 @@ namespace Tavik {
 class Exception : public std::exception
 {
 public:
+	/// The message msg and the code.
 	explicit Exception(const std::string& msg, int code = 0);
+	/// The message "msg: arg", or msg alone when arg is empty.
 	Exception(const std::string& msg, const std::string& arg, int code = 0);
+	/// The message msg, holding a copy of nested as the cause.
 	Exception(const std::string& msg, const Exception& nested, int code = 0);
+	/// Copies message, code and a copy of the nested exception.
+	///@{
 	Exception(const Exception& other);
 	Exception& operator=(const Exception& other);
+	///@}
 	~Exception() noexcept override;
 
 	/// A short description of the kind of failure, e.g. "Not found".
@@ -33,6 +39,7 @@ public:
 
 	/// The message with its argument, if any ("message: argument").
 	const std::string& message() const noexcept { return _message; }
+	/// The code given at construction; 0 by default.
 	int code() const noexcept { return _code; }
 	/// name(), and ": message" when the message is not empty.
 	std::string displayText() const;

@@ -50,6 +50,9 @@ public:
 
 	/// True when a message of priority prio would be delivered.
 	bool is(int prio) const noexcept { return prio <= _level.load(std::memory_order_relaxed); }
+	/// True when a message of the priority named by the operation would be
+	/// delivered.
+	///@{
 	bool fatal() const noexcept { return is(Message::PRIO_FATAL); }
 	bool critical() const noexcept { return is(Message::PRIO_CRITICAL); }
 	bool error() const noexcept { return is(Message::PRIO_ERROR); }
@@ -58,8 +61,10 @@ public:
 	bool information() const noexcept { return is(Message::PRIO_INFORMATION); }
 	bool debug() const noexcept { return is(Message::PRIO_DEBUG); }
 	bool trace() const noexcept { return is(Message::PRIO_TRACE); }
+	///@}
 
 	/// Logs text at the priority named by the operation.
+	///@{
 	void fatal(const std::string& text) { log(Message::PRIO_FATAL, text); }
 	void critical(const std::string& text) { log(Message::PRIO_CRITICAL, text); }
 	void error(const std::string& text) { log(Message::PRIO_ERROR, text); }
@@ -68,6 +73,7 @@ public:
 	void information(const std::string& text) { log(Message::PRIO_INFORMATION, text); }
 	void debug(const std::string& text) { log(Message::PRIO_DEBUG, text); }
 	void trace(const std::string& text) { log(Message::PRIO_TRACE, text); }
+	///@}
 
 	/// Logs text at priority prio with this logger as the source.
 	/// Throws InvalidArgumentException when prio is not within 1 to 8.
@@ -77,15 +83,18 @@ public:
 	/// Logs exc.displayText() at PRIO_ERROR.
 	void log(const Exception& exc) noexcept;
 
+	/// The logger's name, e.g. "UPnP.GENA.Listener"; "" for the root logger.
 	const std::string& name() const noexcept { return _name; }
 
 	/// Sets this logger's level alone. Throws InvalidArgumentException when
 	/// level is not within 0 to 8.
 	void setLevel(int level);
+	/// The logger's level: 0 (off) to 8 (PRIO_TRACE).
 	int getLevel() const noexcept { return _level.load(std::memory_order_relaxed); }
 
 	/// Sets this logger's channel alone; a null channel drops every message.
 	void setChannel(AutoPtr<Channel> pChannel);
+	/// The logger's channel, shared; null when messages are dropped.
 	AutoPtr<Channel> getChannel() const;
 
 private:

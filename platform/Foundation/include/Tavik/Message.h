@@ -33,9 +33,13 @@ public:
 	/// The name of a priority ("Error", "Warning", ...); "Unknown" outside 1 to 8.
 	static const char* priorityName(int priority) noexcept;
 
+	/// The name of the logger that made the message.
 	const std::string& source() const noexcept { return _source; }
+	/// The text of the message.
 	const std::string& text() const noexcept { return _text; }
+	/// The priority of the message.
 	Priority priority() const noexcept { return _priority; }
+	/// When the message was made.
 	const Timestamp& time() const noexcept { return _time; }
 	/// The kernel's id of the thread that made the message.
 	long threadId() const noexcept { return _threadId; }

@@ -14,9 +14,12 @@ public:
 	FastMutex(const FastMutex&) = delete;
 	FastMutex& operator=(const FastMutex&) = delete;
 
+	/// Waits until the mutex is free and holds it. The thread holding it must
+	/// not lock it again.
 	void lock();
 	/// True when the mutex was free and is now held by the caller.
 	bool tryLock() noexcept { return _mutex.try_lock(); }
+	/// Frees the mutex, which the calling thread holds.
 	void unlock() noexcept { _mutex.unlock(); }
 
 	/// Lockable names, so that std::unique_lock and std::condition_variable_any work.
@@ -31,6 +34,7 @@ template <class M>
 class ScopedLock
 {
 public:
+	/// Locks mutex (what its lock() throws propagates) until the scope ends.
 	explicit ScopedLock(M& mutex) : _mutex(mutex) { _mutex.lock(); }
 	~ScopedLock() { _mutex.unlock(); }
 	ScopedLock(const ScopedLock&) = delete;

@@ -17,20 +17,24 @@ public:
 	NumberFormatter() = delete;
 
 	/// The decimal text of value.
+	///@{
 	static std::string format(int value);
 	static std::string format(unsigned value);
 	static std::string format(long value);
 	static std::string format(unsigned long value);
 	static std::string format(long long value);
 	static std::string format(unsigned long long value);
+	///@}
 
 	/// Appends the decimal text of value to str.
+	///@{
 	static void append(std::string& str, int value);
 	static void append(std::string& str, unsigned value);
 	static void append(std::string& str, long value);
 	static void append(std::string& str, unsigned long value);
 	static void append(std::string& str, long long value);
 	static void append(std::string& str, unsigned long long value);
+	///@}
 };
 
 } // namespace Tavik

@@ -9,7 +9,7 @@ namespace Tavik {
 /// Reads decimal numbers from text.
 ///
 /// Rules shared by every operation:
-/// - Leading and trailing ASCII white space (space, \t, \n, \v, \f, \r) is ignored.
+/// - Leading and trailing ASCII white space (space, `\t`, `\n`, `\v`, `\f`, `\r`) is ignored.
 /// - One optional sign, '+' or '-', comes first; the unsigned operations accept
 ///   '+' only ("-0" is refused too).
 /// - Digits may be grouped with thousandSeparator, which is allowed only
@@ -30,20 +30,29 @@ public:
 	NumberParser() = delete;
 
 	/// Reads a signed int.
+	///@{
 	static int parse(const std::string& s, char thousandSeparator = ',');
 	static bool tryParse(const std::string& s, int& value, char thousandSeparator = ',');
 
+	///@}
+
 	/// Reads an unsigned int.
+	///@{
 	static unsigned parseUnsigned(const std::string& s, char thousandSeparator = ',');
 	static bool tryParseUnsigned(const std::string& s, unsigned& value, char thousandSeparator = ',');
+	///@}
 
 	/// Reads a signed 64-bit integer.
+	///@{
 	static std::int64_t parse64(const std::string& s, char thousandSeparator = ',');
 	static bool tryParse64(const std::string& s, std::int64_t& value, char thousandSeparator = ',');
+	///@}
 
 	/// Reads an unsigned 64-bit integer.
+	///@{
 	static std::uint64_t parseUnsigned64(const std::string& s, char thousandSeparator = ',');
 	static bool tryParseUnsigned64(const std::string& s, std::uint64_t& value, char thousandSeparator = ',');
+	///@}
 
 	/// Reads a double in decimal ("12.5", ".5", "5."), or exponent form ("1.5e-07",
 	/// "1E+20"), or one of the words "nan", "inf" and "infinity" (any letter case).
@@ -52,9 +61,11 @@ public:
 	/// separator and there is no grouping). Values beyond the range of double, and values so small
 	/// that they would read as zero, are refused. Reads back every text that
 	/// floatToStr() and doubleToStr() write, bit for bit.
+	///@{
 	static double parseFloat(const std::string& s, char decimalSeparator = '.', char thousandSeparator = ',');
 	static bool tryParseFloat(const std::string& s, double& value, char decimalSeparator = '.',
 	                          char thousandSeparator = ',');
+	///@}
 };
 
 } // namespace Tavik

@@ -15,14 +15,17 @@ public:
 	RefCountedObject(const RefCountedObject&) = delete;
 	RefCountedObject& operator=(const RefCountedObject&) = delete;
 
+	/// Adds a reference.
 	void duplicate() const noexcept { _counter.fetch_add(1, std::memory_order_relaxed); }
 
+	/// Drops a reference; the last one deletes the object.
 	void release() const noexcept
 	{
 		if (_counter.fetch_sub(1, std::memory_order_acq_rel) == 1)
 			delete this;
 	}
 
+	/// The number of references; only a snapshot while other threads share the object.
 	int referenceCount() const noexcept { return _counter.load(std::memory_order_relaxed); }
 
 protected:

@@ -10,6 +10,7 @@ public:
 	Runnable() = default;
 	virtual ~Runnable();
 
+	/// The work; the thread that calls it decides what an exception does.
 	virtual void run() = 0;
 };
 

@@ -78,8 +78,11 @@ public:
 	/// skips the work, or refuses it first by checking available()).
 	static ThreadPool& defaultPool();
 
+	/// Threads defaultPool() keeps.
 	static constexpr int DEFAULT_MIN_CAPACITY = 4;
+	/// Threads defaultPool() creates at most.
 	static constexpr int DEFAULT_MAX_CAPACITY = 1024;
+	/// Seconds after which defaultPool()'s idle threads above the minimum end.
 	static constexpr int DEFAULT_IDLE_TIME = 60;
 
 private:

@@ -10,18 +10,25 @@ namespace Tavik {
 class Timestamp
 {
 public:
+	/// Microseconds since the Unix epoch.
 	using TimeVal = std::int64_t;
 
 	/// The current time.
 	Timestamp();
+	/// The given microseconds since the Unix epoch.
 	explicit Timestamp(TimeVal epochMicroseconds) noexcept : _ts(epochMicroseconds) {}
 
+	/// Sets the timestamp to the current time.
 	void update();
+	/// Microseconds since the Unix epoch.
 	TimeVal epochMicroseconds() const noexcept { return _ts; }
 
+	/// Compares the points in time.
+	///@{
 	bool operator==(const Timestamp& t) const noexcept { return _ts == t._ts; }
 	bool operator!=(const Timestamp& t) const noexcept { return _ts != t._ts; }
 	bool operator<(const Timestamp& t) const noexcept { return _ts < t._ts; }
+	///@}
 
 private:
 	TimeVal _ts;

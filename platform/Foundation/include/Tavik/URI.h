@@ -32,12 +32,16 @@ public:
 	/// An empty relative reference.
 	URI();
 	/// Parses uri; throws SyntaxException (see the class comment).
+	///@{
 	explicit URI(const std::string& uri);
 	explicit URI(const char* uri);
+	///@}
 
 	/// Parses uri and replaces the contents; throws SyntaxException.
+	///@{
 	URI& operator=(const std::string& uri);
 	URI& operator=(const char* uri);
+	///@}
 
 	/// Makes the URI empty.
 	void clear();

@@ -36,13 +36,18 @@ public:
 	/// The version number, the high four bits of byte 6 (4 for random UUIDs).
 	int version() const { return _bytes[6] >> 4; }
 
+	/// Equality of all 128 bits.
+	///@{
 	bool operator==(const UUID& other) const { return _bytes == other._bytes; }
 	bool operator!=(const UUID& other) const { return _bytes != other._bytes; }
+	///@}
 	/// Byte-wise order, the same as the order of the text forms.
+	///@{
 	bool operator<(const UUID& other) const { return _bytes < other._bytes; }
 	bool operator<=(const UUID& other) const { return _bytes <= other._bytes; }
 	bool operator>(const UUID& other) const { return _bytes > other._bytes; }
 	bool operator>=(const UUID& other) const { return _bytes >= other._bytes; }
+	///@}
 
 private:
 	using Bytes = std::array<std::uint8_t, 16>;

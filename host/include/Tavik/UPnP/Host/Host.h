@@ -45,8 +45,11 @@ public:
 	/// description and CALLBACK URLs carry it), port 0 picks a free port.
 	struct Params
 	{
+		/// The numeric address to listen on.
 		std::string address = "127.0.0.1";
+		/// The port to listen on; 0 for a free one.
 		unsigned short port = 0;
+		/// The HTTP server's threads, queue and limits.
 		Net::HTTPServerParams server;
 	};
 
@@ -72,24 +75,25 @@ public:
 	/// The root device served at DESCRIPTION_PATH.
 	struct Device
 	{
-		std::string deviceType; ///< "urn:schemas-upnp-org:device:DimmableLight:1"
-		std::string friendlyName;
-		std::string udn; ///< "uuid:..."
-		std::vector<Service> services;
+		std::string deviceType;        ///< "urn:schemas-upnp-org:device:DimmableLight:1"
+		std::string friendlyName;      ///< a short name for people, e.g. "Lamp"
+		std::string udn;               ///< "uuid:..."
+		std::vector<Service> services; ///< the evented services, in description order
 	};
 
 	/// A change of one subscription to a local service, seen at the event
 	/// endpoint after the answer went out.
 	struct SubscriptionChange
 	{
+		/// What happened to the subscription.
 		enum Kind
 		{
 			SUBSCRIBED,
 			RENEWED,
 			UNSUBSCRIBED
 		};
-		Kind kind;
-		std::string sid;
+		Kind kind;           ///< what happened
+		std::string sid;     ///< the subscription id, "uuid:..."
 		std::string path;    ///< the request path: the service's event URL path
 		std::string timeout; ///< the granted TIMEOUT header; empty for UNSUBSCRIBED
 	};
@@ -98,8 +102,8 @@ public:
 	/// is being called for.
 	struct Notification
 	{
-		std::string sid;
-		std::string seq;
+		std::string sid; ///< the SID header: the subscription
+		std::string seq; ///< the SEQ header: the event's sequence number, as sent
 	};
 
 	/// "/description.xml": where the device description is served.

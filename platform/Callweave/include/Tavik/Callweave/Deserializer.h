@@ -30,9 +30,18 @@ public:
 
 	/// The type of the next message; name receives its name.
 	virtual SerializerBase::MessageType findMessage(std::string& name) = 0;
+	/// Read the start and the end of the message findMessage() found, with
+	/// the name and type it reported.
+	///@{
 	virtual void deserializeMessageBegin(const std::string& name, SerializerBase::MessageType type) = 0;
 	virtual void deserializeMessageEnd(const std::string& name, SerializerBase::MessageType type) = 0;
+	///@}
 
+	/// Bracket a struct, a sequence (lengthHint receives its number of
+	/// elements when the format knows it) or a nullable value (isNull receives
+	/// whether it is null), named name. Begin returns whether the value is
+	/// present; isMandatory tells whether the caller requires it.
+	///@{
 	virtual bool deserializeStructBegin(const std::string& name, bool isMandatory) = 0;
 	virtual void deserializeStructEnd(const std::string& name) = 0;
 	virtual bool deserializeSequenceBegin(const std::string& name, bool isMandatory,
@@ -40,12 +49,18 @@ public:
 	virtual void deserializeSequenceEnd(const std::string& name) = 0;
 	virtual bool deserializeNullableBegin(const std::string& name, bool isMandatory, bool& isNull) = 0;
 	virtual void deserializeNullableEnd(const std::string& name) = 0;
+	///@}
 	/// Brackets a value that may be left out. The default, for formats
 	/// without optional values, reads nothing, returns false and leaves
 	/// isSpecified unchanged.
+	///@{
 	virtual bool deserializeOptionalBegin(const std::string& name, bool isMandatory, bool& isSpecified);
 	virtual void deserializeOptionalEnd(const std::string& name);
+	///@}
 
+	/// Reads the value named name into value and returns whether there was
+	/// one; isMandatory tells whether the caller requires it.
+	///@{
 	virtual bool deserialize(const std::string& name, bool isMandatory, signed char& value) = 0;
 	virtual bool deserialize(const std::string& name, bool isMandatory, unsigned char& value) = 0;
 	virtual bool deserialize(const std::string& name, bool isMandatory, short& value) = 0;
@@ -62,6 +77,7 @@ public:
 	virtual bool deserialize(const std::string& name, bool isMandatory, char& value) = 0;
 	virtual bool deserialize(const std::string& name, bool isMandatory, std::string& value) = 0;
 	virtual bool deserialize(const std::string& name, bool isMandatory, std::vector<char>& value) = 0;
+	///@}
 
 	/// An attribute expected on the next value. The default ignores it, for
 	/// formats without attributes.

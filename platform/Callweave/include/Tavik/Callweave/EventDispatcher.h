@@ -59,6 +59,7 @@ public:
 	/// only read what it captures.
 	using EventWriter = std::function<void(Serializer&)>;
 
+	/// Why a subscriber was dropped.
 	enum DropReason
 	{
 		DROP_QUEUE_FULL,       ///< maxQueuedEvents events were waiting
@@ -68,19 +69,19 @@ public:
 	/// A subscriber that was dropped.
 	struct SubscriberDrop
 	{
-		std::string sid;
-		std::string endPoint;
-		DropReason reason;
-		std::string message; ///< "event queue full" or "deliveries failing"
+		std::string sid;      ///< the subscription id
+		std::string endPoint; ///< where its events went
+		DropReason reason;    ///< why it was dropped
+		std::string message;  ///< "event queue full" or "deliveries failing"
 	};
 
 	/// An event that did not reach a subscriber.
 	struct DeliveryFailure
 	{
-		std::string sid;
-		std::string endPoint;
-		std::string eventName;
-		std::string error; ///< the display text of the exception
+		std::string sid;       ///< the subscription id
+		std::string endPoint;  ///< where the event was sent
+		std::string eventName; ///< the event's name, as given to fireEvent()
+		std::string error;     ///< the display text of the exception
 	};
 
 	/// A dispatcher for protocol, with no subscribers. Throws

@@ -14,9 +14,12 @@ namespace Callweave {
 /// InvalidArgumentException for values outside the ranges given here.
 struct EventDispatcherParams
 {
+	/// The defaults of deliveryThreads, maxQueuedEvents and failureGrace (30 s).
+	///@{
 	static constexpr int DEFAULT_DELIVERY_THREADS = 4;
 	static constexpr std::size_t DEFAULT_MAX_QUEUED_EVENTS = 64;
 	static constexpr Timespan::TimeDiff DEFAULT_FAILURE_GRACE = 30 * Timespan::SECONDS;
+	///@}
 
 	/// The most threads the dispatcher delivers events on, at least 1. Threads
 	/// are started when events wait and no thread is idle, and kept until the

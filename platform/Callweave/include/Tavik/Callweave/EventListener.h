@@ -16,6 +16,7 @@ namespace Callweave {
 class EventListener : public Listener
 {
 public:
+	/// A listener for endPoint, as Listener(endPoint).
 	explicit EventListener(const std::string& endPoint);
 
 	/// Subscribes pSubscriber to the events of the remote object at its

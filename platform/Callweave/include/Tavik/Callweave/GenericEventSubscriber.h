@@ -22,6 +22,7 @@ public:
 		std::string value; ///< its value as text
 	};
 
+	/// A subscriber to the events of the remote object at endpointURI.
 	explicit GenericEventSubscriber(const std::string& endpointURI);
 
 	/// Fired once per incoming event, on the thread that calls invoke(), with

@@ -43,11 +43,15 @@ public:
 	virtual void unregisterObject(AutoPtr<RemoteObject> pObject) = 0;
 
 	/// Stores the authenticator (null for none), replacing the one before.
+	///@{
 	virtual void setAuthenticator(AutoPtr<Authenticator> pAuthenticator);
 	AutoPtr<Authenticator> authenticator() const;
+	///@}
 	/// Stores the authorizer (null for none), replacing the one before.
+	///@{
 	virtual void setAuthorizer(AutoPtr<Authorizer> pAuthorizer);
 	AutoPtr<Authorizer> authorizer() const;
+	///@}
 
 	/// The end point given to the constructor.
 	const std::string& endPoint() const;

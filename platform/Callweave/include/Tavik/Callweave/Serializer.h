@@ -30,21 +30,33 @@ public:
 	/// Forgets the stream and any partly written message.
 	virtual void resetImpl() = 0;
 
+	/// Write the start and the end of a message of this name and type.
+	///@{
 	virtual void serializeMessageBegin(const std::string& name, SerializerBase::MessageType type) = 0;
 	virtual void serializeMessageEnd(const std::string& name, SerializerBase::MessageType type) = 0;
+	///@}
+	/// Writes a fault message of this name that reports exc.
 	virtual void serializeFaultMessage(const std::string& name, Tavik::Exception& exc) = 0;
 
+	/// Bracket the values of a struct, a sequence of length elements, or a
+	/// nullable value (isNull: whether it is null), named name.
+	///@{
 	virtual void serializeStructBegin(const std::string& name) = 0;
 	virtual void serializeStructEnd(const std::string& name) = 0;
 	virtual void serializeSequenceBegin(const std::string& name, unsigned int length) = 0;
 	virtual void serializeSequenceEnd(const std::string& name) = 0;
 	virtual void serializeNullableBegin(const std::string& name, bool isNull) = 0;
 	virtual void serializeNullableEnd(const std::string& name) = 0;
+	///@}
 	/// Brackets a value that may be left out. The default writes nothing, for
 	/// formats without optional values.
+	///@{
 	virtual void serializeOptionalBegin(const std::string& name, bool isSpecified);
 	virtual void serializeOptionalEnd(const std::string& name);
+	///@}
 
+	/// Writes value under name, in the format's form for its type.
+	///@{
 	virtual void serialize(const std::string& name, signed char value) = 0;
 	virtual void serialize(const std::string& name, unsigned char value) = 0;
 	virtual void serialize(const std::string& name, short value) = 0;
@@ -61,6 +73,7 @@ public:
 	virtual void serialize(const std::string& name, char value) = 0;
 	virtual void serialize(const std::string& name, const std::string& value) = 0;
 	virtual void serialize(const std::string& name, const std::vector<char>& value) = 0;
+	///@}
 
 	/// An attribute for the next value. The default ignores it, for formats
 	/// without attributes.

@@ -15,6 +15,7 @@ namespace Callweave {
 class SerializerBase
 {
 public:
+	/// The kinds of message: a request, its reply, an event, a fault.
 	enum MessageType
 	{
 		MESSAGE_REQUEST = 0,

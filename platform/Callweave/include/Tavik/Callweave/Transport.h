@@ -38,6 +38,7 @@ public:
 	virtual void connect(const std::string& endPoint) = 0;
 	/// Releases the connection, if any, and forgets the end point.
 	virtual void disconnect() = 0;
+	/// True between connect() and disconnect(): messages have somewhere to go.
 	virtual bool connected() const = 0;
 
 	/// Starts a one-way message and returns the serializer for its body.

@@ -26,6 +26,8 @@ namespace Callweave {
 class TypedEventSubscriber : public EventSubscriber
 {
 public:
+	/// A subscriber to the events of the remote object at endpointURI, with
+	/// no handler yet.
 	explicit TypedEventSubscriber(const std::string& endpointURI);
 
 	/// Registers handler for the events named eventName, replacing the handler

@@ -75,20 +75,27 @@ public:
 	/// Closes the connection, abandoning any open exchange.
 	void reset();
 
+	/// The server's host and port, as given to the constructor.
+	///@{
 	const std::string& getHost() const;
 	unsigned short getPort() const;
+	///@}
 
 	/// How long a kept connection may be idle and still be reused (default
 	/// DEFAULT_KEEP_ALIVE_TIMEOUT); an older one is closed and replaced.
+	///@{
 	void setKeepAliveTimeout(const Timespan& timeout);
 	const Timespan& getKeepAliveTimeout() const;
+	///@}
 
 	/// The largest response body accepted, in bytes (default
 	/// DEFAULT_MAX_RESPONSE_BODY_SIZE). A larger one fails with
 	/// MessageException, when the head announces it or when the body stream
 	/// reaches the limit.
+	///@{
 	void setMaxResponseBodySize(std::uint64_t bytes);
 	std::uint64_t getMaxResponseBodySize() const;
+	///@}
 
 private:
 	class Impl;

@@ -20,9 +20,15 @@ namespace Net {
 class HTTPMessage : public NameValueCollection
 {
 public:
+	/// The protocol versions "HTTP/1.0" and "HTTP/1.1".
+	///@{
 	static const std::string HTTP_1_0;
 	static const std::string HTTP_1_1;
+	///@}
 
+	/// Header field names ("Connection", "Content-Length", "Content-Type",
+	/// "Transfer-Encoding") and the values "close", "keep-alive" and "chunked".
+	///@{
 	static const std::string CONNECTION;
 	static const std::string CONNECTION_CLOSE;
 	static const std::string CONNECTION_KEEP_ALIVE;
@@ -30,6 +36,7 @@ public:
 	static const std::string CONTENT_TYPE;
 	static const std::string TRANSFER_ENCODING;
 	static const std::string CHUNKED_TRANSFER_ENCODING;
+	///@}
 
 	/// getContentLength() of a message without Content-Length.
 	static constexpr std::int64_t UNKNOWN_CONTENT_LENGTH = -1;
@@ -38,6 +45,7 @@ public:
 
 	/// "HTTP/1.0" or "HTTP/1.1".
 	void setVersion(const std::string& version);
+	/// The protocol version, e.g. "HTTP/1.1".
 	const std::string& getVersion() const { return _version; }
 
 	/// Sets Content-Length and drops Transfer-Encoding; UNKNOWN_CONTENT_LENGTH
@@ -50,6 +58,7 @@ public:
 	/// true sets "Transfer-Encoding: chunked" and drops Content-Length; false
 	/// removes Transfer-Encoding.
 	void setChunkedTransferEncoding(bool chunked);
+	/// Whether Transfer-Encoding lists "chunked".
 	bool getChunkedTransferEncoding() const;
 
 	/// Sets Content-Type; an empty type removes it.
@@ -66,6 +75,7 @@ public:
 	bool getKeepAlive() const;
 
 protected:
+	/// A message of this version without header fields.
 	explicit HTTPMessage(const std::string& version);
 
 private:

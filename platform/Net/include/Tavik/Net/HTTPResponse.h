@@ -66,6 +66,7 @@ public:
 	};
 
 	HTTPResponse();
+	/// "HTTP/1.1", the status and its standard reason phrase.
 	explicit HTTPResponse(HTTPStatus status);
 	~HTTPResponse() override;
 
@@ -78,10 +79,14 @@ public:
 
 	/// Sets the status code only; the reason phrase stays as it was.
 	void setStatus(HTTPStatus status);
+	/// The status code.
 	HTTPStatus getStatus() const { return _status; }
 
+	/// The reason phrase, e.g. "OK".
+	///@{
 	void setReason(const std::string& reason);
 	const std::string& getReason() const { return _reason; }
+	///@}
 
 private:
 	HTTPStatus _status;

@@ -58,6 +58,7 @@ public:
 	unsigned short port() const;
 	/// The address listened on.
 	const SocketAddress& address() const;
+	/// The limits the server was constructed with.
 	const HTTPServerParams& params() const;
 
 	/// The implementation, declared here so that its connections can name it.

@@ -25,6 +25,7 @@ public:
 	/// MessageException or TimeoutException.
 	std::istream& stream() { return _body; }
 
+	/// The address and port of the peer that sent the request.
 	const SocketAddress& clientAddress() const { return _clientAddress; }
 
 private:

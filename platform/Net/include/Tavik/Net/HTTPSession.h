@@ -21,12 +21,16 @@ public:
 	/// The longest a single connect, send or receive may wait for the peer
 	/// (default DEFAULT_TIMEOUT). When it runs out the operation throws
 	/// TimeoutException and the connection is dropped.
+	///@{
 	void setTimeout(const Timespan& timeout);
 	const Timespan& getTimeout() const { return _timeout; }
+	///@}
 
 	/// Whether the connection persists between exchanges (default false).
+	///@{
 	void setKeepAlive(bool keepAlive);
 	bool getKeepAlive() const { return _keepAlive; }
+	///@}
 
 protected:
 	HTTPSession();

@@ -16,7 +16,9 @@ namespace Net {
 class NameValueCollection
 {
 public:
+	/// A name and its value.
 	using Entry = std::pair<std::string, std::string>;
+	/// Walks the entries in order.
 	using ConstIterator = std::vector<Entry>::const_iterator;
 
 	NameValueCollection();
@@ -41,11 +43,15 @@ public:
 	/// Removes every entry.
 	void clear();
 
+	/// True when there is no entry.
 	bool empty() const { return _entries.empty(); }
+	/// The number of entries, each repeated name counted.
 	std::size_t size() const { return _entries.size(); }
 	/// Entries in the order they were added.
+	///@{
 	ConstIterator begin() const { return _entries.begin(); }
 	ConstIterator end() const { return _entries.end(); }
+	///@}
 
 private:
 	std::vector<Entry>::iterator find(const std::string& name);

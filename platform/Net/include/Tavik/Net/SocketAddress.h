@@ -18,7 +18,9 @@ public:
 	/// "host:port", with an IPv6 host in brackets: "[::1]:8080".
 	std::string toString() const;
 
+	/// The numeric host, without brackets.
 	const std::string& host() const { return _host; }
+	/// The port.
 	unsigned short port() const { return _port; }
 
 private:

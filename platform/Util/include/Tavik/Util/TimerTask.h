@@ -35,6 +35,7 @@ public:
 	/// mutex of the caller's (that mutex first, then the timer's lock).
 	void cancel();
 
+	/// True once the task has been cancelled, by cancel() or by its timer.
 	bool isCancelled() const noexcept { return _cancelled.load(); }
 	/// When the latest run started, or Clock(0) before the first run.
 	Clock lastExecution() const noexcept { return Clock(_lastExecution.load()); }

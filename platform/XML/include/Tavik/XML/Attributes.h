@@ -25,11 +25,17 @@ public:
 	/// Removes all attributes; the list keeps its storage for reuse.
 	void clear();
 
+	/// The number of attributes.
 	int getLength() const;
+	/// The namespace URI, local name, qualified name and value of the
+	/// attribute at index (see ContentHandler::startElement for which names
+	/// are filled).
+	///@{
 	const std::string& getURI(int index) const;
 	const std::string& getLocalName(int index) const;
 	const std::string& getQName(int index) const;
 	const std::string& getValue(int index) const;
+	///@}
 
 	/// The value of the attribute with this qualified name, or an empty string.
 	const std::string& getValue(const std::string& qname) const;

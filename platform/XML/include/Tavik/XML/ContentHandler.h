@@ -21,6 +21,7 @@ public:
 
 	/// Called first; pLocator stays valid until endDocument().
 	virtual void setDocumentLocator(const Locator* pLocator) = 0;
+	/// Called before any other content callback.
 	virtual void startDocument() = 0;
 	/// Called only when the whole document was well-formed.
 	virtual void endDocument() = 0;
@@ -29,6 +30,7 @@ public:
 	/// localName are empty and qname is the name as written.
 	virtual void startElement(const std::string& uri, const std::string& localName, const std::string& qname,
 	                          const Attributes& attributes) = 0;
+	/// The end of the element, named as for its startElement().
 	virtual void endElement(const std::string& uri, const std::string& localName,
 	                        const std::string& qname) = 0;
 	/// Character data ch[start, start + length). The text between two tags
@@ -38,6 +40,7 @@ public:
 	/// White space a validating parser knows to be insignificant; this
 	/// library's parser does not validate and reports all text as characters().
 	virtual void ignorableWhitespace(const XMLChar ch[], int start, int length) = 0;
+	/// A processing instruction "<?target data?>".
 	virtual void processingInstruction(const std::string& target, const std::string& data) = 0;
 	/// A namespace declaration, before the start tag that carries it. An empty
 	/// prefix is the default namespace.

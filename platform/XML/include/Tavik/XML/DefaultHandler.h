@@ -25,12 +25,16 @@ public:
 
 	/// Returns null: no external entity is substituted.
 	virtual InputSource* resolveEntity(const std::string* pPublicId, const std::string& systemId);
+	/// Does nothing: resolveEntity() hands out no source to release.
 	virtual void releaseInputSource(InputSource* pSource);
 	~DefaultHandler() override;
+	/// DTD declarations of a notation and of an unparsed entity; do nothing.
+	///@{
 	virtual void notationDecl(const std::string& name, const std::string* pPublicId,
 	                          const std::string* pSystemId);
 	virtual void unparsedEntityDecl(const std::string& name, const std::string* pPublicId,
 	                                const std::string& systemId, const std::string& notationName);
+	///@}
 
 	void setDocumentLocator(const Locator* pLocator) override;
 	void startDocument() override;
@@ -45,9 +49,12 @@ public:
 	void endPrefixMapping(const std::string& prefix) override;
 	void skippedEntity(const std::string& name) override;
 
+	/// Error reports; do nothing (SAXParser throws instead of calling them).
+	///@{
 	virtual void warning(const SAXParseException& exc);
 	virtual void error(const SAXParseException& exc);
 	virtual void fatalError(const SAXParseException& exc);
+	///@}
 };
 
 } // namespace XML

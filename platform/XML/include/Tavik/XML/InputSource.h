@@ -11,9 +11,11 @@ namespace XML {
 class InputSource
 {
 public:
+	/// A document read from istr.
 	explicit InputSource(std::istream& istr);
 	~InputSource();
 
+	/// The stream given to the constructor.
 	std::istream& getByteStream() const;
 
 private:

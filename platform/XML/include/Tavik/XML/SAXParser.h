@@ -52,8 +52,10 @@ public:
 	/// The largest document, in bytes as read from the stream, that parse()
 	/// accepts. A longer document fails with XMLException
 	/// "XML document too large". Default DEFAULT_MAX_DOCUMENT_SIZE.
+	///@{
 	void setMaxDocumentSize(std::size_t bytes);
 	std::size_t maxDocumentSize() const;
+	///@}
 
 private:
 	class Engine;

@@ -30,8 +30,10 @@ public:
 
 	/// The handler that receives the next parse's events; null ignores them.
 	/// Not owned.
+	///@{
 	virtual void setContentHandler(ContentHandler* pContentHandler) = 0;
 	virtual ContentHandler* getContentHandler() const = 0;
+	///@}
 
 	/// Reads the source's stream to the end of the document and reports it.
 	/// Throws SAXParseException if the document is not well-formed,

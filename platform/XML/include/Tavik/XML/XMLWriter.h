@@ -72,21 +72,30 @@ public:
 	void startPrefixMapping(const std::string& prefix, const std::string& uri);
 	/// Ends the latest mapping of prefix; does nothing if there is none.
 	void endPrefixMapping(const std::string& prefix);
+	/// Starts an element named as described for the class, with attributes
+	/// (their values escaped as text is). Throws XMLException for an empty
+	/// name, a namespace URI without prefix, or a second root element.
+	///@{
 	void startElement(const std::string& namespaceURI, const std::string& localName,
 	                  const std::string& qname);
 	void startElement(const std::string& namespaceURI, const std::string& localName, const std::string& qname,
 	                  const Attributes& attributes);
+	///@}
 	/// The name must resolve to the name of the innermost open element.
 	void endElement(const std::string& namespaceURI, const std::string& localName, const std::string& qname);
 	/// Writes text, escaped as described above. Empty text writes nothing.
 	void characters(const std::string& text);
 
 	/// Line end for PRETTY_PRINT. Default NEWLINE_LF.
+	///@{
 	void setNewLine(NewLine newLine);
 	NewLine getNewLine() const;
+	///@}
 	/// Indentation per nesting level for PRETTY_PRINT. Default one tab.
+	///@{
 	void setIndent(const std::string& indent);
 	const std::string& getIndent() const;
+	///@}
 
 private:
 	struct Element
