@@ -204,7 +204,7 @@ TEST_F(HTTPServerTest, StopClosesIdleBusyAndQueuedConnectionsAndTheListener)
 	std::promise<std::string> handlerOutcome;
 	serve([&](HTTPServerRequest& request, HTTPServerResponse&) {
 		entered.open();
-		handlerOutcome.set_value(outcomeOf([&] { readAll(request.stream()); })); // the body never comes
+		handlerOutcome.set_value(outcomeOf([&] { request.stream().ignore(100); })); // the body never comes
 	}, params);
 	RawConnection idle(_pServer->port()), busy(_pServer->port());
 	busy.send("POST / HTTP/1.1\r\nContent-Length: 100\r\n\r\n");
