@@ -58,7 +58,7 @@ std::string decode(const std::string& text)
 	return result == data || decoder.bad() ? result : "decoder not bad";
 }
 
-std::string encode(const std::string& data, int lineLength = 72)
+std::string encode(const std::string& data, int lineLength)
 {
 	std::ostringstream ostr;
 	Base64Encoder encoder(ostr);
