@@ -1,216 +1,130 @@
+// Timer and TimerTask on a clock the tests move; real time only for cancel and ~Timer waiting for a run.
 #include "Tavik/Util/Timer.h"
-#include "Tavik/AutoPtr.h"
+#include "ManualTimer.h"
 #include "Tavik/Exception.h"
 #include "Tavik/Logger.h"
 #include "Tavik/TestChannel.h"
-#include "Tavik/Thread.h"
-
-#include "TimerTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <mutex>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using namespace Tavik;
 using namespace Tavik::Util;
-using TimerTestSupport::CountingTask;
-using TimerTestSupport::passTime;
 
-TEST(TimerTest, PeriodicTaskRunsRepeatedlyUntilCancelled)
-{
-	Timer timer;
-	AutoPtr<CountingTask> pTask(new CountingTask);
-	timer.schedule(pTask, 0, 5);
-	ASSERT_TRUE(pTask->waitForRuns(5));
-	pTask->cancel();
-	const int runs = pTask->runs();
-	ASSERT_TRUE(passTime(timer, 30));
-	EXPECT_EQ(pTask->runs(), runs);
-	EXPECT_EQ(pTask->referenceCount(), 1); // the timer let go of it
-}
+namespace {
 
-TEST(TimerTest, OnceTaskRunsOnceAndIsReleased)
-{
-	Timer timer;
-	AutoPtr<CountingTask> pTask(new CountingTask);
-	EXPECT_EQ(pTask->lastExecution(), Clock(0));
-	const Clock scheduled;
-	timer.schedule(pTask, 10);
-	ASSERT_TRUE(pTask->waitForRuns(1));
-	ASSERT_TRUE(passTime(timer, 20));
-	EXPECT_EQ(pTask->runs(), 1);
-	EXPECT_GE(pTask->lastExecution() - scheduled, 10 * Timespan::MILLISECONDS);
-	EXPECT_EQ(pTask->referenceCount(), 1);
-	EXPECT_FALSE(pTask->isCancelled());
-}
+const auto ms = [](long count) { return Timespan(count * Timespan::MILLISECONDS); };
 
-TEST(TimerTest, TasksRunInTheOrderTheyAreDue)
+struct CountingTask : TimerTask
 {
-	Timer timer;
-	std::mutex mutex;
+	explicit CountingTask(std::function<void(CountingTask&)> onRun = {}) : onRun(std::move(onRun)) {}
+	void run() override
+	{
+		++runs;
+		started.open();
+		if (onRun) onRun(*this);
+	}
+	std::atomic<int> runs{0};
+	TestSupport::Gate started;
+	std::function<void(CountingTask&)> onRun;
+};
+
+TEST(TimerTest, TasksRunWhenTheClockReachesTheirDueTimeInOrderAndOnTheirGrid)
+{
+	TestSupport::ManualTimer manual;
 	std::string order;
-	auto recorder = [&](char name) {
-		return AutoPtr<CountingTask>(new CountingTask([&, name](CountingTask&, int) {
-			std::lock_guard<std::mutex> lock(mutex);
-			order.push_back(name);
-		}));
-	};
-	timer.schedule(recorder('c'), 40);
-	timer.schedule(recorder('b'), 20);
-	timer.schedule(recorder('a'), 0);
-	timer.schedule(recorder('d'), 40); // same due time as c, scheduled later
-	ASSERT_TRUE(passTime(timer, 60));
-	std::lock_guard<std::mutex> lock(mutex);
+	std::vector<AutoPtr<CountingTask>> tasks;
+	for (const auto& [name, delay] : {std::pair('c', 40), {'b', 20}, {'a', 10}, {'d', 40}}) // d is due with c
+	{
+		tasks.emplace_back(new CountingTask([&order, name = name](CountingTask&) { order += name; }));
+		manual.timer().schedule(tasks.back(), delay);
+	}
+	AutoPtr<CountingTask> pPeriodic(new CountingTask);
+	manual.timer().schedule(pPeriodic, 100, 50);
+	ASSERT_TRUE(manual.advance(ms(9)) && order.empty() && manual.advance(ms(90)));
 	EXPECT_EQ(order, "abcd");
+	EXPECT_TRUE(tasks[0]->referenceCount() == 1 && !tasks[0]->isCancelled()) << "a task that ran once is released";
+	ASSERT_TRUE(manual.advance(ms(1)) && manual.advance(ms(50)));
+	EXPECT_EQ(pPeriodic->runs, 2);
+	ASSERT_TRUE(manual.advance(ms(175))); // due at 200, 250 and 300: one late run at 325
+	EXPECT_EQ(pPeriodic->runs, 3);
+	EXPECT_EQ(pPeriodic->lastExecution(), manual.now());
+	ASSERT_TRUE(manual.advance(ms(24)) && pPeriodic->runs == 3 && manual.advance(ms(1))); // on the grid at 350
+	EXPECT_EQ(pPeriodic->runs, 4);
 }
 
-TEST(TimerTest, ExceptionsInTasksAreLoggedAndTheTimerGoesOn)
+// A task may cancel itself or another task of its timer; an exception escaping a run is logged and
+// the timer goes on; what cannot be scheduled is refused.
+TEST(TimerTest, CancelledFailingAndRefusedTasks)
 {
 	AutoPtr<TestChannel> pChannel(new TestChannel);
 	Logger::setChannel("Tavik.Util.Timer", pChannel);
-	Timer timer;
-	AutoPtr<CountingTask> pFailing(new CountingTask([](CountingTask&, int run) {
-		if (run == 1) throw IOException("connection refused");
-		if (run == 2) throw std::runtime_error("bad state");
+	TestSupport::ManualTimer manual;
+	AutoPtr<CountingTask> pSelf(new CountingTask([](CountingTask& task) {
+		if (task.runs == 1) throw IOException("connection refused");
+		if (task.runs == 2) throw std::runtime_error("bad state");
+		task.cancel();
 		throw 42;
 	}));
-	timer.schedule(pFailing, 0, 1);
-	ASSERT_TRUE(pFailing->waitForRuns(4));
-	pFailing->cancel();
-
-	EXPECT_EQ(pChannel->count("Timer task failed: I/O error: connection refused", Message::PRIO_ERROR), 1u);
-	EXPECT_EQ(pChannel->count("Timer task failed: bad state", Message::PRIO_ERROR), 1u);
-	EXPECT_GE(pChannel->count("Timer task failed: unknown exception", Message::PRIO_ERROR), 2u);
-	Logger::setChannel("Tavik.Util.Timer", Logger::root().getChannel());
-}
-
-TEST(TimerTest, DestructorCancelsPendingTasksWithoutWaitingForThem)
-{
-	AutoPtr<CountingTask> pPeriodic(new CountingTask);
-	AutoPtr<CountingTask> pOnce(new CountingTask);
-	{
-		Timer timer;
-		timer.schedule(pPeriodic, 3'600'000, 1000);
-		timer.schedule(pOnce, Timer::MAX_DELAY);
-		ASSERT_TRUE(passTime(timer, 5));
-	}
-	EXPECT_TRUE(pPeriodic->isCancelled());
-	EXPECT_TRUE(pOnce->isCancelled());
+	AutoPtr<CountingTask> pVictim(new CountingTask), pOnce(new CountingTask), pPeriodic(new CountingTask);
+	AutoPtr<CountingTask> pKiller(new CountingTask([&](CountingTask&) { pVictim->cancel(); }));
+	manual.timer().schedule(pSelf, 1, 1);
+	manual.timer().schedule(pVictim, 3'600'000);
+	manual.timer().schedule(pKiller, 1);
+	manual.timer().schedule(pOnce, Timer::MAX_DELAY);
+	manual.timer().schedule(pPeriodic, 1, 1);
+	for (int step = 0; step < 4; ++step)
+		ASSERT_TRUE(manual.advance(ms(1)));
+	manual.timer().cancel();
+	ASSERT_TRUE(manual.advance(ms(10))) << "the timer itself goes on";
+	EXPECT_TRUE(pSelf->runs == 3 && pPeriodic->runs == 4);
+	for (CountingTask* pTask : {pSelf.get(), pVictim.get(), pOnce.get(), pPeriodic.get()})
+		EXPECT_TRUE(pTask->isCancelled() && pTask->referenceCount() == 1);
+	for (const char* text : {"I/O error: connection refused", "bad state", "unknown exception"})
+		EXPECT_EQ(pChannel->count(std::string("Timer task failed: ") + text, Message::PRIO_ERROR), 1u) << text;
+	manual.timer().schedule(pPeriodic, 0, 1); // cancelled: nothing happens
 	EXPECT_EQ(pPeriodic->referenceCount(), 1);
-	EXPECT_EQ(pOnce->referenceCount(), 1);
-	EXPECT_EQ(pPeriodic->runs(), 0);
-	pOnce->cancel(); // its timer is gone: nothing to do
+	for (const auto& [delay, interval] : {std::pair(-1L, 10L), {0L, 0L}, {Timer::MAX_DELAY + 1, 10L}, {0L, Timer::MAX_DELAY + 1}})
+		EXPECT_THROW(manual.timer().schedule(pKiller, delay, interval), InvalidArgumentException) << delay << " " << interval;
+	for (long delay : {-1L, Timer::MAX_DELAY + 1})
+		EXPECT_THROW(manual.timer().schedule(pKiller, delay), InvalidArgumentException) << delay;
+	EXPECT_THROW(manual.timer().schedule(AutoPtr<TimerTask>(), 0), NullPointerException);
+	EXPECT_THROW(manual.timer().schedule(AutoPtr<TimerTask>(), 0, 10), NullPointerException);
+	EXPECT_THROW(manual.timer().schedule(pKiller, 0), IllegalStateException) << "it ran once already";
 }
 
-TEST(TimerTest, DestructorLetsTheRunningTaskFinish)
+// The run goes on only once it is cancelled, and takes a while after that, so a cancel() or a
+// destructor that did not wait would return before the run ends.
+TEST(TimerTest, CancelAndTheDestructorWaitForTheRunningRun)
 {
-	std::atomic<bool> finished{false};
-	AutoPtr<CountingTask> pTask(new CountingTask([&](CountingTask&, int) {
-		Thread::sleep(30);
-		finished = true;
-	}));
-	{
-		Timer timer;
-		timer.schedule(pTask, 0);
-		ASSERT_TRUE(pTask->waitForRuns(1));
-	}
-	EXPECT_TRUE(finished.load());
-}
-
-TEST(TimerTest, CancelAllStopsEveryTask)
-{
-	Timer timer;
-	AutoPtr<CountingTask> pFirst(new CountingTask);
-	AutoPtr<CountingTask> pSecond(new CountingTask);
-	timer.schedule(pFirst, 0, 2);
-	timer.schedule(pSecond, 3'600'000);
-	ASSERT_TRUE(pFirst->waitForRuns(2));
-	timer.cancel(true);
-	const int runs = pFirst->runs();
-	EXPECT_TRUE(pFirst->isCancelled());
-	EXPECT_TRUE(pSecond->isCancelled());
-	ASSERT_TRUE(passTime(timer, 20)); // the timer itself keeps working
-	EXPECT_EQ(pFirst->runs(), runs);
-	EXPECT_EQ(pSecond->referenceCount(), 1);
-}
-
-TEST(TimerTest, CancelAllWithWaitWaitsForTheRunningTask)
-{
-	Timer timer;
-	std::atomic<bool> finished{false};
-	AutoPtr<CountingTask> pTask(new CountingTask([&](CountingTask& task, int) {
+	std::atomic<int> returned{0};
+	const auto slowAfterCancel = [&](CountingTask& task) {
 		while (!task.isCancelled())
 			std::this_thread::yield();
-		Thread::sleep(20);
-		finished = true;
-	}));
-	timer.schedule(pTask, 0);
-	ASSERT_TRUE(pTask->waitForRuns(1));
-	timer.cancel(true);
-	EXPECT_TRUE(finished.load());
+		std::this_thread::sleep_for(std::chrono::milliseconds(30));
+		++returned;
+	};
+	AutoPtr<CountingTask> pTask(new CountingTask(slowAfterCancel)), pAll(new CountingTask(slowAfterCancel));
+	AutoPtr<CountingTask> pRunning(new CountingTask(slowAfterCancel)), pPending(new CountingTask);
+	std::mutex callersMutex; // held around every call below; the runs never take it
+	{
+		const std::lock_guard<std::mutex> lock(callersMutex);
+		Timer timer;
+		timer.schedule(pTask, 0, 1);
+		ASSERT_TRUE(pTask->started.wait());
+		pTask->cancel();
+		EXPECT_EQ(returned, 1);
+		timer.schedule(pAll, 0);
+		ASSERT_TRUE(pAll->started.wait());
+		timer.cancel(true);
+		EXPECT_EQ(returned, 2);
+		timer.schedule(pPending, Timer::MAX_DELAY);
+		timer.schedule(pRunning, 0);
+		ASSERT_TRUE(pRunning->started.wait());
+	}
+	EXPECT_EQ(returned, 3);
+	EXPECT_TRUE(pTask->runs == 1 && pPending->isCancelled() && pPending->referenceCount() == 1);
 }
 
-TEST(TimerTest, SchedulingACancelledTaskDoesNothing)
-{
-	Timer timer;
-	AutoPtr<CountingTask> pTask(new CountingTask);
-	pTask->cancel();
-	timer.schedule(pTask, 0, 1);
-	ASSERT_TRUE(passTime(timer, 10));
-	EXPECT_EQ(pTask->runs(), 0);
-	EXPECT_EQ(pTask->referenceCount(), 1);
-}
-
-TEST(TimerTest, SchedulingATaskTwiceIsRefused)
-{
-	Timer timer;
-	AutoPtr<CountingTask> pTask(new CountingTask);
-	timer.schedule(pTask, 3'600'000);
-	EXPECT_THROW(timer.schedule(pTask, 0), IllegalStateException);
-	Timer other;
-	EXPECT_THROW(other.schedule(pTask, 0, 10), IllegalStateException);
-}
-
-struct InvalidScheduleRow
-{
-	const char* name;
-	long delay;
-	long interval; // -2: schedule once
-};
-
-class InvalidScheduleTest : public ::testing::TestWithParam<InvalidScheduleRow>
-{
-};
-
-TEST_P(InvalidScheduleTest, IsRefused)
-{
-	const InvalidScheduleRow& row = GetParam();
-	Timer timer;
-	AutoPtr<CountingTask> pTask(new CountingTask);
-	if (row.interval == -2)
-		EXPECT_THROW(timer.schedule(pTask, row.delay), InvalidArgumentException);
-	else
-		EXPECT_THROW(timer.schedule(pTask, row.delay, row.interval), InvalidArgumentException);
-	EXPECT_EQ(pTask->referenceCount(), 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    TimerTest, InvalidScheduleTest,
-    ::testing::Values(InvalidScheduleRow{"negativeDelay", -1, 10},
-                      InvalidScheduleRow{"negativeInterval", 0, -1}, InvalidScheduleRow{"zeroInterval", 0, 0},
-                      InvalidScheduleRow{"delayAboveMaximum", Timer::MAX_DELAY + 1, 10},
-                      InvalidScheduleRow{"intervalAboveMaximum", 0, Timer::MAX_DELAY + 1},
-                      InvalidScheduleRow{"negativeDelayOnce", -1, -2},
-                      InvalidScheduleRow{"delayAboveMaximumOnce", Timer::MAX_DELAY + 1, -2}),
-    [](const ::testing::TestParamInfo<InvalidScheduleRow>& info) { return info.param.name; });
-
-TEST(TimerTest, NullTaskIsRefused)
-{
-	Timer timer;
-	EXPECT_THROW(timer.schedule(AutoPtr<TimerTask>(), 0), NullPointerException);
-	EXPECT_THROW(timer.schedule(AutoPtr<TimerTask>(), 0, 10), NullPointerException);
-}
+} // namespace
