@@ -1,201 +1,227 @@
-// Two hosts in one process over loopback: one publishes a service through its
-// own listener, HTTP server and event dispatcher, the other subscribes to it
-// through its own listener and HTTP server.
+// Over loopback: the publisher side on a real endpoint, with HTTP peers, many
+// clients, and a subscriber host renewing on a test-driven timer.
 
 #include "GENATestSupport.h"
-#include "Tavik/Callweave/EventDispatcher.h"
-#include "Tavik/Callweave/ORB.h"
-#include "Tavik/Logger.h"
-#include "Tavik/TestChannel.h"
-#include "Tavik/Thread.h"
-#include "Tavik/ThreadPool.h"
-#include "Tavik/UPnP/GENA/Listener.h"
-#include "Tavik/UPnP/GENA/Transport.h"
-#include "Tavik/UPnP/GENA/TransportFactory.h"
-#include "Tavik/Util/Timer.h"
+#include "ManualTimer.h"
+#include "Tavik/Callweave/Serializer.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
+#include <set>
+#include <thread>
 
 using namespace Tavik;
 using namespace Tavik::UPnP::GENA;
 using Tavik::Callweave::EventDispatcher;
-using Tavik::Callweave::ORB;
-using TestSupport::EventCounter;
-using TestSupport::EventRecorder;
-using TestSupport::ListenerEndpoint;
-using TestSupport::TestState;
+using namespace TestSupport;
 
 namespace {
 
-const std::string SERVICE_PATH = "/dev/counter/evt";
-/// The publisher's grant: renewals every 1.5 s keep a subscription alive.
-const int GRANT_SECONDS = 2;
+const Timespan WAIT(DEADLINE.count(), 0);
 
-/// The publishing host: its event endpoint, grants of GRANT_SECONDS and
-/// renewals of unknown SIDs refused, and the counter's dispatcher registered
-/// with the broker. Destroying it forgets every subscription.
-class Publisher
-{
-public:
-	Publisher(Util::Timer& timer, int count, unsigned short port = 0)
-	    : _state({{"Count", std::to_string(count)}, {"Name", "counter"}}), _endpoint(timer, port),
-	      _pDispatcher(new EventDispatcher(Transport::PROTOCOL))
-	{
-		Listener::Settings settings;
-		settings.maxTimeout = GRANT_SECONDS;
-		settings.strictRenewal = true;
-		_endpoint.pListener->setSettings(settings);
-		_endpoint.pListener->registerStateProvider(SERVICE_PATH, &_state);
-		ORB::instance().registerEventDispatcher(url(), Transport::PROTOCOL, _pDispatcher);
-	}
-
-	~Publisher()
-	{
-		_endpoint.stop();
-		// Initial notifications refer to the listener and the dispatcher.
-		ThreadPool::defaultPool().joinAll();
-		ORB::instance().unregisterEventDispatcher(url(), Transport::PROTOCOL);
-		_pDispatcher->stop();
-	}
-
-	std::string url() const { return "http://" + _endpoint.endPoint() + SERVICE_PATH; }
-	unsigned short port() const { return _endpoint.port(); }
-
-	void fire(int count)
-	{
-		_state.set("Count", std::to_string(count));
-		_pDispatcher->fireEvent(
-		    "Count", [count](Callweave::Serializer& serializer) { serializer.serialize("data", count); });
-	}
-
-	/// Waits until the dispatcher has n subscribers (an initial notification
-	/// enters its subscriber only after the subscriber has answered it); false
-	/// at the deadline.
-	bool waitForSubscribers(std::size_t n)
-	{
-		const auto deadline = std::chrono::steady_clock::now() + TestSupport::DEADLINE;
-		while (_pDispatcher->subscriberCount() != n)
-		{
-			if (std::chrono::steady_clock::now() > deadline) return false;
-			Thread::sleep(10);
-		}
-		return true;
-	}
-
-private:
-	/// A counter service: its evented state is its count and its name.
-	TestState _state;
-	ListenerEndpoint _endpoint;
-	AutoPtr<EventDispatcher> _pDispatcher;
-};
-
-const std::vector<std::string> INITIAL_STATE_OF_7 = {"Name=counter", "Count=7"};
-
-std::vector<std::string> concat(std::vector<std::string> first, const std::vector<std::string>& second)
-{
-	first.insert(first.end(), second.begin(), second.end());
-	return first;
-}
-
-class EndToEndTest : public ::testing::Test
+class EndpointTest : public PublisherFixture
 {
 protected:
-	void SetUp() override
+	/// Subscribes callback over the wire; returns the SID once the initial
+	/// event has been answered and the subscriber is in the dispatcher.
+	std::string subscribe(const HTTPPeer& callback, const std::string& timeout = "Second-300")
 	{
-		TransportFactory::registerFactory();
-		Logger::setChannel("UPnP.GENA", pChannel);
-		Logger::setLevel("UPnP.GENA", Message::PRIO_WARNING);
+		const std::string head = exchange(subscribeRequest(SERVICE_PATH, callback.url("/cb/7"), timeout));
+		EXPECT_TRUE(callback.waitFor(1)) << head;
+		EXPECT_TRUE(pListener->waitForInitialEvents(WAIT));
+		return headerOf(head, "SID");
 	}
 
-	void TearDown() override
+	void fire(int value)
 	{
-		pPublisher.reset();
-		TransportFactory::unregisterFactory();
-		Logger::setChannel("UPnP.GENA", nullptr);
+		pDispatcher->fireEvent("Status",
+		                       [value](Callweave::Serializer& out) { out.serialize("data", value); });
 	}
 
-	Listener& subscriberListener() { return *subscriber.pListener; }
-
-	/// The warnings and errors logged so far, one a line, for failure messages.
-	std::string logText()
+	static std::vector<std::string> seqs(const HTTPPeer& callback)
 	{
-		std::string text;
-		for (const Message& message : pChannel->messages())
-			text += message.source() + ": " + message.text() + "\n";
-		return text;
+		std::vector<std::string> numbers;
+		for (const Received& request : callback.requests())
+			numbers.push_back(request.headers.get("SEQ", ""));
+		return numbers;
 	}
 
-	AutoPtr<TestChannel> pChannel = new TestChannel;
-	Util::Timer timer;
-	std::unique_ptr<Publisher> pPublisher = std::make_unique<Publisher>(timer, 7);
-	// Declared after the publisher: its renewals stop before the publisher goes.
-	ListenerEndpoint subscriber{timer};
-	EventRecorder recorder{pPublisher->url()};
+	ManualTimer manual;
 };
 
 } // namespace
 
-TEST_F(EndToEndTest, InitialStateThenEventsInOrderKeptAliveByRenewalsUntilUnsubscribed)
+TEST_F(EndpointTest, SubscriberGetsTheStateThenTheEventsInOrderKeptByRenewalsUntilUnsubscribed)
 {
-	EventCounter renewed(subscriberListener().subscriptionRenewed);
-	EventCounter lost(subscriberListener().subscriptionLost);
+	ListenerEndpoint subscriber(manual.timer());
+	Listener& listener = *subscriber.pListener;
+	EventRecorder recorder(serviceURL());
+	EventCounter renewed(listener.subscriptionRenewed);
+	state.set("Mute", "0");
 
-	subscriberListener().subscribeToEvents(recorder.pSubscriber);
+	listener.subscribeToEvents(recorder.pSubscriber);
 	ASSERT_TRUE(recorder.waitFor(2));
-	EXPECT_EQ(INITIAL_STATE_OF_7, recorder.events());
-	ASSERT_TRUE(pPublisher->waitForSubscribers(1));
-	for (int count = 8; count <= 10; ++count)
-		pPublisher->fire(count);
+	ASSERT_TRUE(pListener->waitForInitialEvents(WAIT));
+	for (int value = 8; value <= 10; ++value)
+		fire(value);
 	ASSERT_TRUE(recorder.waitFor(5));
-	EXPECT_EQ(concat(INITIAL_STATE_OF_7, {"Count=8", "Count=9", "Count=10"}), recorder.events());
-
-	// Two renewals take 3 s, past the first grant of 2 s.
-	ASSERT_TRUE(renewed.waitFor(2));
-	pPublisher->fire(11);
+	for (std::size_t n = 1; n <= 2; ++n) // at 75 % of the 1800 s asked for and granted
+	{
+		ASSERT_TRUE(manual.advance(Timespan(1350, 0)));
+		ASSERT_TRUE(renewed.waitFor(n));
+	}
+	EXPECT_EQ(serviceURL(), renewed.uris().at(0));
+	fire(11);
 	ASSERT_TRUE(recorder.waitFor(6));
-	// A renewal later than the grant would have re-subscribed (412) and
-	// brought the state again.
-	EXPECT_EQ(concat(INITIAL_STATE_OF_7, {"Count=8", "Count=9", "Count=10", "Count=11"}), recorder.events())
-	    << logText();
-	EXPECT_TRUE(lost.uris().empty());
+	EXPECT_EQ(
+	    (std::vector<std::string>{"Mute=0", "Volume=7", "Status=8", "Status=9", "Status=10", "Status=11"}),
+	    recorder.events());
 
-	subscriberListener().unsubscribeFromEvents(recorder.pSubscriber);
-	ASSERT_TRUE(pPublisher->waitForSubscribers(0));
-	pPublisher->fire(12);
-	// Subscribing anew brings the state (count 12) after the events so far,
-	// and nothing of the event fired while unsubscribed.
-	subscriberListener().subscribeToEvents(recorder.pSubscriber);
-	ASSERT_TRUE(recorder.waitFor(8));
-	EXPECT_EQ(concat(INITIAL_STATE_OF_7,
-	                 {"Count=8", "Count=9", "Count=10", "Count=11", "Name=counter", "Count=12"}),
-	          recorder.events())
-	    << logText();
-	subscriberListener().unsubscribeFromEvents(recorder.pSubscriber);
+	listener.unsubscribeFromEvents(recorder.pSubscriber);
+	EXPECT_EQ(0u, pDispatcher->subscriberCount());
 }
 
-TEST_F(EndToEndTest, RestartedPublisherIsSubscribedAgainAndSendsTheWholeState)
+TEST_F(EndpointTest, EventsAreNumberedFromOneAndASubscriberGoneIsDroppedAfterTheGrace)
 {
-	subscriberListener().subscribeToEvents(recorder.pSubscriber);
-	ASSERT_TRUE(recorder.waitFor(2));
-	const unsigned short port = pPublisher->port();
+	auto pFailed = std::make_shared<StringLog>();
+	auto pDropped = std::make_shared<StringLog>();
+	pDispatcher->deliveryFailed += Delegate<const EventDispatcher::DeliveryFailure>(
+	    [pFailed](const void*, const EventDispatcher::DeliveryFailure& failure) {
+		    pFailed->add(failure.sid);
+	    });
+	pDispatcher->subscriberDropped += Delegate<const EventDispatcher::SubscriberDrop>(
+	    [pDropped](const void*, const EventDispatcher::SubscriberDrop& drop) { pDropped->add(drop.sid); });
+	HTTPPeer callback;
+	HTTPPeer gone;
+	const std::string sid = subscribe(callback);
+	const std::string goneSid = subscribe(gone);
+	gone.stop();
 
-	// A new listener, server and dispatcher on the same port: every SID forgotten.
-	pPublisher.reset();
-	pPublisher = std::make_unique<Publisher>(timer, 40, port);
+	fire(11); // the first failure starts the grace of 30 s
+	ASSERT_TRUE(pFailed->waitFor(1));
+	EXPECT_EQ(2u, pDispatcher->subscriberCount());
+	advanceClock(30);
+	fire(12);
+	ASSERT_TRUE(pDropped->waitFor(1));
+	EXPECT_EQ(std::vector<std::string>{goneSid}, pDropped->entries());
+	EXPECT_EQ(1u, pDispatcher->subscriberCount());
+	fire(13);
+	ASSERT_TRUE(callback.waitFor(4));
+	const std::vector<Received> requests = callback.requests();
+	for (std::size_t i = 0; i < requests.size(); ++i)
+	{
+		EXPECT_EQ("NOTIFY /cb/7 " + sid,
+		          requests[i].method + " " + requests[i].uri + " " + requests[i].headers.get("SID"));
+		const std::string property =
+		    i ? "<Status>" + std::to_string(10 + i) + "</Status>" : "<Volume>7</Volume>";
+		EXPECT_NE(std::string::npos, requests[i].body.find(property)) << requests[i].body;
+	}
+	EXPECT_EQ((std::vector<std::string>{"0", "1", "2", "3"}), seqs(callback));
+	EXPECT_EQ(std::vector<std::string>(2, goneSid), pFailed->entries());
 
-	ASSERT_TRUE(recorder.waitFor(4));
-	EXPECT_EQ(concat(INITIAL_STATE_OF_7, {"Name=counter", "Count=40"}), recorder.events()) << logText();
-	EXPECT_TRUE(pChannel->waitFor(1, "Renewal failed; attempting to re-subscribe (URI=" + SERVICE_PATH,
-	                              Message::PRIO_WARNING));
-	ASSERT_TRUE(pPublisher->waitForSubscribers(1));
-	pPublisher->fire(41);
-	ASSERT_TRUE(recorder.waitFor(5));
-	EXPECT_EQ("Count=41", recorder.events().back()) << logText();
-	subscriberListener().unsubscribeFromEvents(recorder.pSubscriber);
+	const std::string unsubscribe = "UNSUBSCRIBE /dev/svc HTTP/1.1\r\nHost: gena\r\nSID: " + sid + "\r\n\r\n";
+	EXPECT_EQ(200, statusOf(exchange(unsubscribe)));
+	EXPECT_EQ(412, statusOf(exchange(unsubscribe)));
+	EXPECT_EQ(0u, pDispatcher->subscriberCount());
+}
+
+TEST_F(EndpointTest, RenewalExtendsTheExpiryOnTheDispatchersClock)
+{
+	HTTPPeer callback;
+	const std::string sid = subscribe(callback, "Second-100");
+
+	// The handler extends the expiry after its answer is on the wire; the
+	// answer to a second request on the connection shows that it is done.
+	RawConnection connection(endpoint.port());
+	connection.send(renewRequest(SERVICE_PATH, sid, "Second-300"));
+	const std::string head = connection.readHead();
+	connection.send("HEAD / HTTP/1.1\r\nHost: gena\r\n\r\n");
+	connection.readHead();
+	EXPECT_EQ("200 " + sid + " Second-300",
+	          std::to_string(statusOf(head)) + " " + headerOf(head, "SID") + " " + headerOf(head, "TIMEOUT"));
+
+	advanceClock(200); // past the first grant, within the renewed one
+	EXPECT_EQ(1u, pDispatcher->subscriberCount());
+	advanceClock(200);
+	EXPECT_EQ(0u, pDispatcher->subscriberCount());
+}
+
+TEST_F(EndpointTest, SlowSubscriberDoesNotDelayTheOthersOnTheirKeepAliveConnections)
+{
+	TransportFactory::unregisterFactory();
+	TransportFactory::registerFactory(Timespan(10, 0), true, Timespan(60, 0));
+	Gate slowAnswers;
+	HTTPPeer fast;
+	HTTPPeer slow([&](const Received& request, std::size_t) {
+		if (request.headers.get("SEQ") != "0") slowAnswers.wait();
+		return Answer();
+	});
+	subscribe(fast);
+	subscribe(slow);
+
+	for (int value = 1; value <= 3; ++value)
+		fire(value);
+
+	const bool fastServed = fast.waitFor(4);
+	slowAnswers.open();
+	ASSERT_TRUE(fastServed);
+	ASSERT_TRUE(slow.waitFor(4));
+	EXPECT_EQ(seqs(fast), seqs(slow));
+	EXPECT_EQ((std::vector<std::string>{"0", "1", "2", "3"}), seqs(fast));
+	const std::vector<Received> requests = fast.requests();
+	EXPECT_EQ(1u,
+	          std::set<int>({requests[1].clientPort, requests[2].clientPort, requests[3].clientPort}).size());
+}
+
+TEST_F(EndpointTest, ManySubscribeAndNotifyRequestsAtOnceAreAllServed)
+{
+	// Every fifth NOTIFY after a SUBSCRIBE: 160 subscriptions, each holding a thread
+	// of the default pool for its initial event, stay below the pool's 256.
+	constexpr int CLIENTS = 16, ROUNDS = 50, SUBSCRIPTIONS = CLIENTS * ROUNDS / 5;
+	Net::HTTPServerParams sinkParams;
+	sinkParams.maxQueued = SUBSCRIPTIONS; // every initial event may arrive at once
+	HTTPPeer sink({}, "127.0.0.1", sinkParams);
+	EventRecorder recorder("http://127.0.0.1:1/remote");
+	pListener->addSubscription("uuid:mine", Listener::Subscription{recorder.pSubscriber, nullptr});
+	const std::string notify = notifyRequest("/upnp-eventing", "uuid:mine", "", {{"A", "1"}, {"B", "2"}});
+	StringLog subscribed, errors;
+
+	std::vector<std::thread> clients;
+	for (int i = 0; i < CLIENTS; ++i)
+		clients.emplace_back([&] {
+			try
+			{
+				RawConnection connection(endpoint.port());
+				for (int round = 0; round < ROUNDS; ++round)
+				{
+					if (round % 5 == 0) connection.send(subscribeRequest(SERVICE_PATH, sink.url("/cb")));
+					if (round % 5 == 0) subscribed.add(connection.readHead());
+					connection.send(notify);
+					if (statusOf(connection.readHead()) != 200) errors.add("NOTIFY refused");
+				}
+			}
+			catch (const std::exception& exc)
+			{
+				errors.add(exc.what());
+			}
+		});
+	for (std::thread& client : clients)
+		client.join();
+
+	EXPECT_EQ(std::vector<std::string>(), errors.entries());
+	std::set<std::string> granted, notified;
+	for (const std::string& head : subscribed.entries())
+	{
+		EXPECT_EQ(200, statusOf(head)) << head;
+		granted.insert(headerOf(head, "SID") + " SEQ 0");
+	}
+	EXPECT_EQ(std::size_t(SUBSCRIPTIONS), granted.size()) << "every SID granted once";
+	EXPECT_EQ(std::size_t(CLIENTS * ROUNDS * 2), recorder.events().size());
+	ASSERT_TRUE(sink.waitFor(granted.size()));
+	ASSERT_TRUE(pListener->waitForInitialEvents(WAIT));
+	for (const Received& request : sink.requests())
+		notified.insert(request.headers.get("SID", "") + " SEQ " + request.headers.get("SEQ", ""));
+	EXPECT_EQ(granted.size(), sink.requests().size());
+	EXPECT_EQ(granted, notified) << "one initial event for every subscription";
+	EXPECT_EQ(granted.size(), pDispatcher->subscriberCount());
 }

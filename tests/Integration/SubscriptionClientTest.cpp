@@ -1,864 +1,366 @@
-// The subscription client on loopback: Listener::subscribeToEvents and
-// unsubscribeFromEvents, and the renewal task and worker, against a scripted
-// publisher that records what it receives.
+// The subscription client against a scripted publisher on loopback, renewing
+// on a test-driven timer, and the listener's early-NOTIFY grace and SEQ tracking.
 
 #include "GENATestSupport.h"
-#include "ScriptedPublisher.h"
-#include "Tavik/Callweave/GenericEventSubscriber.h"
+#include "ManualTimer.h"
 #include "Tavik/Exception.h"
 #include "Tavik/Logger.h"
-#include "Tavik/Net/HTTPClientSession.h"
 #include "Tavik/TestChannel.h"
-#include "Tavik/Thread.h"
-#include "Tavik/UPnP/GENA/Listener.h"
-#include "Tavik/Util/Timer.h"
+#include "Tavik/ThreadPool.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <condition_variable>
 #include <future>
-#include <mutex>
 
 using namespace Tavik;
 using namespace Tavik::UPnP::GENA;
-using Tavik::Callweave::EventSubscriber;
-using Tavik::Callweave::GenericEventSubscriber;
 using Tavik::Net::HTTPResponse;
-using TestSupport::EventCounter;
-using TestSupport::EventRecorder;
-using TestSupport::ListenerEndpoint;
-using TestSupport::PublisherAnswer;
-using TestSupport::PublisherRequest;
-using TestSupport::ScriptedPublisher;
+using namespace TestSupport;
 
 namespace {
 
-const std::string END_POINT = "10.0.0.5:8080";
 const std::string PATH = "/dev/svc?x=1";
-const std::string RENEWAL_LOGGER = "UPnP.GENA.SubscriptionRenewalThread";
+const std::string SUBSCRIBE =
+    "SUBSCRIBE " + PATH + " <http://10.0.0.5:8080/upnp-eventing> upnp:event Second-";
+const Timespan PERIOD(1350, 0); // 75 % of a 1800 s grant
+const std::string EARLY = "NOTIFY for unknown SID ";
 
-bool isRenewal(const PublisherRequest& request)
+template <class Row> std::string nameOf(const testing::TestParamInfo<Row>& info)
 {
-	return request.method == "SUBSCRIBE" && request.headers.has("SID");
+	return info.param.name;
 }
 
-PublisherAnswer grant(const std::string& sid, const std::string& timeout)
+template <class Base, class Row> class Table : public Base, public testing::WithParamInterface<Row>
 {
-	return PublisherAnswer{HTTPResponse::HTTP_OK, {{"SID", sid}, {"TIMEOUT", timeout}}};
-}
+};
 
-PublisherAnswer status(HTTPResponse::HTTPStatus code)
+/// What action threw, with its code; empty when it returned.
+template <class Action> std::string thrown(Action action)
 {
-	return PublisherAnswer{code, {}};
-}
-
-/// Grants each new subscription "uuid:s<n>" for timeout and answers renewals
-/// and UNSUBSCRIBE with renewalStatus.
-ScriptedPublisher::Script granting(const std::string& timeout,
-                                   HTTPResponse::HTTPStatus renewalStatus = HTTPResponse::HTTP_OK)
-{
-	auto pCount = std::make_shared<std::atomic<int>>(0);
-	return [=](const PublisherRequest& request, std::size_t) {
-		if (request.method == "SUBSCRIBE" && !isRenewal(request))
-			return grant("uuid:s" + std::to_string(++*pCount), timeout);
-		return status(renewalStatus);
-	};
-}
-
-/// Polls condition until it holds; false at the deadline. For state that no
-/// event announces (the table after a re-subscription).
-template <class Condition> bool eventually(Condition condition)
-{
-	const auto deadline = std::chrono::steady_clock::now() + TestSupport::DEADLINE;
-	while (!condition())
+	try
 	{
-		if (std::chrono::steady_clock::now() > deadline) return false;
-		Thread::sleep(10);
+		action();
 	}
-	return true;
+	catch (const Exception& exc)
+	{
+		return exc.displayText() + " " + std::to_string(exc.code());
+	}
+	return "";
 }
 
-class SubscriptionClientTest : public ::testing::Test
+Answer grant(const std::string& sid, const std::string& timeout = "Second-1800")
+{
+	return Answer{HTTPResponse::HTTP_OK, {{"SID", sid}, {"TIMEOUT", timeout}}};
+}
+
+/// Each request the publisher answered: method, URI and the GENA header values.
+std::vector<std::string> summary(const HTTPPeer& publisher)
+{
+	std::vector<std::string> lines;
+	for (const Received& request : publisher.requests())
+	{
+		lines.push_back(request.method + " " + request.uri);
+		for (const char* name : {"CALLBACK", "NT", "SID", "TIMEOUT"})
+			lines.back() += request.headers.has(name) ? " " + request.headers.get(name) : "";
+	}
+	return lines;
+}
+
+/// Sends a NOTIFY of Count=7 to a listener's endpoint; the status.
+int notify(unsigned short port, const std::string& sid, const std::string& seq)
+{
+	return statusOf(TestSupport::exchange(port, notifyRequest("/upnp-eventing", sid, seq, {{"Count", "7"}})));
+}
+
+class SubscriptionClientTest : public testing::Test
 {
 protected:
-	void SetUp() override
+	SubscriptionClientTest()
 	{
 		Logger::setChannel("UPnP.GENA", pChannel);
 		Logger::setLevel("UPnP.GENA", Message::PRIO_DEBUG);
 	}
 
-	void TearDown() override { Logger::setChannel("UPnP.GENA", nullptr); }
+	~SubscriptionClientTest() override { Logger::setChannel("UPnP.GENA", nullptr); }
 
-	AutoPtr<EventSubscriber> subscriberOf(const ScriptedPublisher& publisher)
+	AutoPtr<Callweave::EventSubscriber> subscriberOf(const HTTPPeer& publisher)
 	{
-		return new GenericEventSubscriber(publisher.url(PATH));
+		return new Callweave::GenericEventSubscriber(publisher.url(PATH));
+	}
+
+	/// Moves the timer on by span; returns once the renewals due have finished.
+	void pass(const Timespan& span)
+	{
+		ASSERT_TRUE(manual.advance(span));
+		ThreadPool::defaultPool().joinAll();
 	}
 
 	AutoPtr<TestChannel> pChannel = new TestChannel;
-	// Declared before the listener: the timer must outlive it.
-	Util::Timer timer;
-	AutoPtr<Listener> pListener = new Listener(END_POINT, timer);
+	ManualTimer manual; // outlives the listeners
+	AutoPtr<Listener> pListener = new Listener("10.0.0.5:8080", manual.timer());
 };
 
-} // namespace
-
-TEST_F(SubscriptionClientTest, NewSubscriptionSendsCallbackTimeoutAndNt)
-{
-	ScriptedPublisher publisher(granting("Second-1800"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-
-	EXPECT_EQ("", pListener->subscribeToEvents(pSubscriber));
-
-	const std::vector<PublisherRequest> requests = publisher.requests();
-	ASSERT_EQ(1u, requests.size());
-	const PublisherRequest& request = requests[0];
-	EXPECT_EQ("SUBSCRIBE", request.method);
-	EXPECT_EQ(PATH, request.uri);
-	EXPECT_EQ("<http://10.0.0.5:8080/upnp-eventing>", request.headers.get("CALLBACK", ""));
-	EXPECT_EQ("Second-1800", request.headers.get("TIMEOUT", ""));
-	EXPECT_EQ("upnp:event", request.headers.get("NT", ""));
-	EXPECT_FALSE(request.headers.has("SID"));
-	EXPECT_EQ(pSubscriber, pListener->findSubscriber("uuid:s1"));
-	pListener->unsubscribeFromEvents(pSubscriber);
-}
-
-struct RequestedTimeoutRow
+struct SubscribeRow
 {
 	const char* name;
 	int listenerTimeout;
-	const char* header;
+	Answer answer;
+	const char* error;
+	int grant; ///< the seconds granted, renewed at 75 %; 0: never renewed
+	friend void PrintTo(const SubscribeRow& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
-void PrintTo(const RequestedTimeoutRow& row, std::ostream* pStream)
+using SubscribeTest = Table<SubscriptionClientTest, SubscribeRow>;
+
+TEST_P(SubscribeTest, SendsCallbackTimeoutAndNtThenStoresTheSidAndRenewsAsGrantedOrThrows)
 {
-	*pStream << row.name;
-}
-
-class RequestedTimeoutTest : public SubscriptionClientTest,
-                             public ::testing::WithParamInterface<RequestedTimeoutRow>
-{
-};
-
-TEST_P(RequestedTimeoutTest, FollowsTheListenerTimeout)
-{
-	ScriptedPublisher publisher(granting("Second-infinite"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	pListener->setEventSubscriptionTimeout(GetParam().listenerTimeout);
-
-	pListener->subscribeToEvents(pSubscriber);
-
-	EXPECT_EQ(GetParam().header, publisher.requests().at(0).headers.get("TIMEOUT", ""));
-	pListener->unsubscribeFromEvents(pSubscriber);
-}
-
-INSTANTIATE_TEST_SUITE_P(SubscriptionClient, RequestedTimeoutTest,
-                         ::testing::Values(RequestedTimeoutRow{"Positive", 300, "Second-300"},
-                                           RequestedTimeoutRow{"Zero", 0, "Second-infinite"},
-                                           RequestedTimeoutRow{"Negative", -5, "Second-infinite"}),
-                         [](const ::testing::TestParamInfo<RequestedTimeoutRow>& info) {
-	                         return std::string(info.param.name);
-                         });
-
-struct AcceptedGrantRow
-{
-	const char* name;
-	std::vector<std::pair<std::string, std::string>> headers;
-};
-
-void PrintTo(const AcceptedGrantRow& row, std::ostream* pStream)
-{
-	*pStream << row.name;
-}
-
-class AcceptedGrantTest : public SubscriptionClientTest,
-                          public ::testing::WithParamInterface<AcceptedGrantRow>
-{
-};
-
-TEST_P(AcceptedGrantTest, StoresTheSubscription)
-{
-	ScriptedPublisher publisher([](const PublisherRequest&, std::size_t) {
-		PublisherAnswer answer{HTTPResponse::HTTP_OK, GetParam().headers};
-		answer.headers.emplace_back("SID", "uuid:granted");
-		return answer;
-	});
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-
-	pListener->subscribeToEvents(pSubscriber);
-
-	EXPECT_EQ(pSubscriber, pListener->findSubscriber("uuid:granted"));
-	pListener->unsubscribeFromEvents(pSubscriber);
-	EXPECT_TRUE(pListener->findSubscriber("uuid:granted").isNull());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    SubscriptionClient, AcceptedGrantTest,
-    ::testing::Values(AcceptedGrantRow{"NoTimeout", {}}, AcceptedGrantRow{"EmptyTimeout", {{"TIMEOUT", ""}}},
-                      AcceptedGrantRow{"LowerCase", {{"TIMEOUT", "second-300"}}},
-                      AcceptedGrantRow{"UpperCaseInfinite", {{"TIMEOUT", "SECOND-INFINITE"}}},
-                      AcceptedGrantRow{"Infinite", {{"TIMEOUT", "Second-infinite"}}},
-                      AcceptedGrantRow{"Zero", {{"TIMEOUT", "Second-0"}}},
-                      AcceptedGrantRow{"Negative", {{"TIMEOUT", "Second--5"}}},
-                      AcceptedGrantRow{"ThousandsSeparator", {{"TIMEOUT", "Second-1,800"}}},
-                      AcceptedGrantRow{"LargestInt", {{"TIMEOUT", "Second-2147483647"}}}),
-    [](const ::testing::TestParamInfo<AcceptedGrantRow>& info) { return std::string(info.param.name); });
-
-struct RefusedResponseRow
-{
-	const char* name;
-	PublisherAnswer answer;
-	const char* message;
-	int code;
-};
-
-void PrintTo(const RefusedResponseRow& row, std::ostream* pStream)
-{
-	*pStream << row.name;
-}
-
-class RefusedResponseTest : public SubscriptionClientTest,
-                            public ::testing::WithParamInterface<RefusedResponseRow>
-{
-};
-
-TEST_P(RefusedResponseTest, ThrowsIOExceptionAndStoresNothing)
-{
-	ScriptedPublisher publisher([](const PublisherRequest&, std::size_t) { return GetParam().answer; });
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-
-	try
-	{
-		pListener->subscribeToEvents(pSubscriber);
-		FAIL() << "no exception";
-	}
-	catch (const IOException& exc)
-	{
-		EXPECT_STREQ("Tavik::IOException", exc.className());
-		EXPECT_EQ(GetParam().message, exc.message());
-		EXPECT_EQ(GetParam().code, exc.code());
-	}
-	EXPECT_TRUE(pListener->findSubscriber("uuid:x").isNull());
-	EXPECT_THROW(pListener->unsubscribeFromEvents(pSubscriber), NotFoundException);
-	EXPECT_EQ(1u, publisher.requests().size());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    SubscriptionClient, RefusedResponseTest,
-    ::testing::Values(
-        RefusedResponseRow{
-            "Status201", {HTTPResponse::HTTP_CREATED, {{"SID", "uuid:x"}}}, "HTTP error: Created", 201},
-        RefusedResponseRow{
-            "Status204", {HTTPResponse::HTTP_NO_CONTENT, {{"SID", "uuid:x"}}}, "HTTP error: No Content", 204},
-        RefusedResponseRow{"Status412",
-                           {HTTPResponse::HTTP_PRECONDITION_FAILED, {}},
-                           "HTTP error: Precondition Failed",
-                           412},
-        RefusedResponseRow{"Status500",
-                           {HTTPResponse::HTTP_INTERNAL_SERVER_ERROR, {}},
-                           "HTTP error: Internal Server Error",
-                           500},
-        RefusedResponseRow{"NoSid",
-                           {HTTPResponse::HTTP_OK, {{"TIMEOUT", "Second-60"}}},
-                           "Missing SID header in subscription response",
-                           0},
-        RefusedResponseRow{"NoSidBeforeBadTimeout",
-                           {HTTPResponse::HTTP_OK, {{"TIMEOUT", "60"}}},
-                           "Missing SID header in subscription response",
-                           0},
-        RefusedResponseRow{"PrefixOnly",
-                           {HTTPResponse::HTTP_OK, {{"SID", "uuid:x"}, {"TIMEOUT", "Second-"}}},
-                           "Invalid TIMEOUT header in subscription response",
-                           0},
-        RefusedResponseRow{"NotANumber",
-                           {HTTPResponse::HTTP_OK, {{"SID", "uuid:x"}, {"TIMEOUT", "Second-abc"}}},
-                           "Invalid TIMEOUT header in subscription response",
-                           0},
-        RefusedResponseRow{"WrongPrefix",
-                           {HTTPResponse::HTTP_OK, {{"SID", "uuid:x"}, {"TIMEOUT", "Seconds-60"}}},
-                           "Invalid TIMEOUT header in subscription response",
-                           0},
-        RefusedResponseRow{"NoPrefix",
-                           {HTTPResponse::HTTP_OK, {{"SID", "uuid:x"}, {"TIMEOUT", "60"}}},
-                           "Invalid TIMEOUT header in subscription response",
-                           0},
-        RefusedResponseRow{"Overflow",
-                           {HTTPResponse::HTTP_OK, {{"SID", "uuid:x"}, {"TIMEOUT", "Second-2147483648"}}},
-                           "Invalid TIMEOUT header in subscription response",
-                           0}),
-    [](const ::testing::TestParamInfo<RefusedResponseRow>& info) { return std::string(info.param.name); });
-
-TEST_F(SubscriptionClientTest, RepeatedSidIsRefusedAndKeepsTheFirstEntry)
-{
-	ScriptedPublisher publisher(
-	    [](const PublisherRequest&, std::size_t) { return grant("uuid:same", "Second-1800"); });
-	AutoPtr<EventSubscriber> pFirst = subscriberOf(publisher);
-	AutoPtr<EventSubscriber> pSecond = subscriberOf(publisher);
-	pListener->subscribeToEvents(pFirst);
-
-	try
-	{
-		pListener->subscribeToEvents(pSecond);
-		FAIL() << "no exception";
-	}
-	catch (const ExistsException& exc)
-	{
-		EXPECT_EQ("A subscription with the given SID already exists: uuid:same", exc.message());
-	}
-	EXPECT_EQ(pFirst, pListener->findSubscriber("uuid:same"));
-	pListener->unsubscribeFromEvents(pFirst);
-}
-
-TEST_F(SubscriptionClientTest, NullSubscriberIsRefused)
-{
-	EXPECT_THROW(pListener->subscribeToEvents(nullptr), NullPointerException);
-	EXPECT_THROW(pListener->unsubscribeFromEvents(nullptr), NotFoundException);
-}
-
-TEST_F(SubscriptionClientTest, UnsubscribeSendsSidOnlyAndSecondCallIsUnknown)
-{
-	ScriptedPublisher publisher(granting("Second-1800"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	pListener->subscribeToEvents(pSubscriber);
-
-	pListener->unsubscribeFromEvents(pSubscriber);
-
-	std::vector<PublisherRequest> requests = publisher.requests();
-	ASSERT_EQ(2u, requests.size());
-	EXPECT_EQ("UNSUBSCRIBE", requests[1].method);
-	EXPECT_EQ(PATH, requests[1].uri);
-	EXPECT_EQ("uuid:s1", requests[1].headers.get("SID", ""));
-	for (const char* absent : {"CALLBACK", "NT", "TIMEOUT"})
-		EXPECT_FALSE(requests[1].headers.has(absent)) << absent;
-	EXPECT_TRUE(pListener->findSubscriber("uuid:s1").isNull());
-
-	try
-	{
-		pListener->unsubscribeFromEvents(pSubscriber);
-		FAIL() << "no exception";
-	}
-	catch (const NotFoundException& exc)
-	{
-		EXPECT_EQ("Unknown subscriber", exc.message());
-	}
-	EXPECT_EQ(2u, publisher.requests().size());
-}
-
-TEST_F(SubscriptionClientTest, RefusedUnsubscribeIsOnlyAWarning)
-{
-	ScriptedPublisher publisher(granting("Second-1800", HTTPResponse::HTTP_PRECONDITION_FAILED));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	pListener->subscribeToEvents(pSubscriber);
-
-	pListener->unsubscribeFromEvents(pSubscriber);
-
-	EXPECT_EQ(1u, pChannel->count("Unsubscribe (SID: uuid:s1) failed: 412 Precondition Failed",
-	                              Message::PRIO_WARNING));
-	EXPECT_EQ("UPnP.GENA.Listener", pChannel->messages().at(0).source());
-	EXPECT_TRUE(pListener->findSubscriber("uuid:s1").isNull());
-}
-
-TEST_F(SubscriptionClientTest, UnreachableUnsubscribeThrowsAfterRemovingTheEntry)
-{
-	auto pPublisher = std::make_unique<ScriptedPublisher>(granting("Second-1800"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(*pPublisher);
-	pListener->subscribeToEvents(pSubscriber);
-	pPublisher->stop();
-
-	EXPECT_THROW(pListener->unsubscribeFromEvents(pSubscriber), IOException);
-	EXPECT_TRUE(pListener->findSubscriber("uuid:s1").isNull());
-	EXPECT_THROW(pListener->unsubscribeFromEvents(pSubscriber), NotFoundException);
-}
-
-TEST_F(SubscriptionClientTest, TwoSubscriptionsLeaveSmallestSidFirst)
-{
-	ScriptedPublisher publisher([](const PublisherRequest& request, std::size_t index) {
-		if (request.method != "SUBSCRIBE") return status(HTTPResponse::HTTP_OK);
-		return grant(index == 0 ? "uuid:b" : "uuid:a", "Second-1800");
-	});
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	pListener->subscribeToEvents(pSubscriber);
-	pListener->subscribeToEvents(pSubscriber);
-
-	pListener->unsubscribeFromEvents(pSubscriber);
-	EXPECT_TRUE(pListener->findSubscriber("uuid:a").isNull());
-	EXPECT_EQ(pSubscriber, pListener->findSubscriber("uuid:b"));
-	pListener->unsubscribeFromEvents(pSubscriber);
-
-	const std::vector<PublisherRequest> requests = publisher.requests();
-	ASSERT_EQ(4u, requests.size());
-	EXPECT_EQ("uuid:a", requests[2].headers.get("SID", ""));
-	EXPECT_EQ("uuid:b", requests[3].headers.get("SID", ""));
-}
-
-TEST_F(SubscriptionClientTest, OneSecondGrantIsRenewedEvery750MsWithItsOwnTimeout)
-{
-	ScriptedPublisher publisher(granting("Second-1"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
+	const SubscribeRow& row = GetParam();
+	HTTPPeer publisher([row](const Received&, std::size_t) { return row.answer; });
+	AutoPtr<Callweave::EventSubscriber> pSubscriber = subscriberOf(publisher);
+	pListener->setEventSubscriptionTimeout(row.listenerTimeout);
 	EventCounter renewed(pListener->subscriptionRenewed);
-	pListener->setEventSubscriptionTimeout(1800);
-	const auto subscribedAt = std::chrono::steady_clock::now();
 
-	pListener->subscribeToEvents(pSubscriber);
-	ASSERT_TRUE(renewed.waitFor(3));
-	pListener->unsubscribeFromEvents(pSubscriber);
+	EXPECT_EQ(row.error, thrown([&] { pListener->subscribeToEvents(pSubscriber); }));
+	EXPECT_EQ(!*row.error, pListener->findSubscriber("uuid:g") == pSubscriber);
+	const Timespan period(row.grant ? row.grant * 3 / 4 : 1000000, 0);
+	pass(period - Timespan(0, 1000));
+	EXPECT_EQ(1u, publisher.requests().size()) << "renewed early";
+	pass(Timespan(0, 1000));
+	pass(period);
 
-	std::vector<PublisherRequest> renewals;
-	for (const PublisherRequest& request : publisher.requests())
-		if (isRenewal(request)) renewals.push_back(request);
-	ASSERT_GE(renewals.size(), 3u);
-	for (std::size_t k = 0; k < 3; ++k)
-	{
-		EXPECT_EQ(PATH, renewals[k].uri);
-		EXPECT_EQ("uuid:s1", renewals[k].headers.get("SID"));
-		EXPECT_EQ("Second-1", renewals[k].headers.get("TIMEOUT", ""));
-		EXPECT_FALSE(renewals[k].headers.has("CALLBACK"));
-		EXPECT_FALSE(renewals[k].headers.has("NT"));
-		// The timer is never early: renewal k+1 comes 750 ms per period at the soonest.
-		EXPECT_GE(renewals[k].receivedAt - subscribedAt, std::chrono::milliseconds(750 * (k + 1)));
-	}
-	EXPECT_EQ(publisher.url(PATH), renewed.uris().at(0));
+	const std::string first =
+	    SUBSCRIBE + (row.listenerTimeout > 0 ? std::to_string(row.listenerTimeout) : "infinite");
+	const std::string renewal = "SUBSCRIBE " + PATH + " uuid:g Second-" + std::to_string(row.grant);
+	EXPECT_EQ(
+	    (row.grant ? std::vector<std::string>{first, renewal, renewal} : std::vector<std::string>{first}),
+	    summary(publisher));
+	EXPECT_EQ(std::vector<std::string>(row.grant ? 2 : 0, publisher.url(PATH)), renewed.uris());
 }
 
-TEST_F(SubscriptionClientTest, RenewalAnswered412ResubscribesUnderTheNewSid)
+Answer answer(HTTPResponse::HTTPStatus status, std::vector<std::pair<std::string, std::string>> headers)
 {
-	ScriptedPublisher publisher([](const PublisherRequest& request, std::size_t index) {
-		if (index == 0) return grant("uuid:old", "Second-1");
-		if (isRenewal(request)) return status(HTTPResponse::HTTP_PRECONDITION_FAILED);
-		if (request.method == "UNSUBSCRIBE") return status(HTTPResponse::HTTP_OK);
-		return grant("uuid:new", "Second-1800");
+	headers.emplace_back("SID", "uuid:g");
+	return Answer{status, headers};
+}
+
+const HTTPResponse::HTTPStatus OK = HTTPResponse::HTTP_OK;
+const char* const NO_SID = "I/O error: Missing SID header in subscription response 0";
+
+// Without a TIMEOUT the requested seconds count; TIMEOUT texts: tests/GENA.
+INSTANTIATE_TEST_SUITE_P(
+    Responses, SubscribeTest,
+    testing::Values(SubscribeRow{"Granted", 300, answer(OK, {{"TIMEOUT", "Second-1800"}}), "", 1800},
+                    SubscribeRow{"NoTimeoutGranted", 1800, answer(OK, {}), "", 1800},
+                    SubscribeRow{"EmptyTimeoutGranted", 300, answer(OK, {{"TIMEOUT", ""}}), "", 300},
+                    SubscribeRow{"ZeroAsksInfinite", 0, answer(OK, {{"TIMEOUT", "Second-infinite"}}), "", 0},
+                    SubscribeRow{"Status201", 1800, answer(HTTPResponse::HTTP_CREATED, {}),
+                                 "I/O error: HTTP error: Created 201", 0},
+                    SubscribeRow{"Status500", 1800, Answer{HTTPResponse::HTTP_INTERNAL_SERVER_ERROR, {}},
+                                 "I/O error: HTTP error: Internal Server Error 500", 0},
+                    SubscribeRow{"NoSid", 1800, Answer{OK, {{"TIMEOUT", "Second-60"}}}, NO_SID, 0},
+                    SubscribeRow{"NoSidBeforeBadTimeout", 1800, Answer{OK, {{"TIMEOUT", "60"}}}, NO_SID, 0},
+                    SubscribeRow{"InvalidTimeout", 1800, answer(OK, {{"TIMEOUT", "Seconds-60"}}),
+                                 "I/O error: Invalid TIMEOUT header in subscription response 0", 0}),
+    nameOf<SubscribeRow>);
+
+TEST_F(SubscriptionClientTest, UnsubscribeSendsTheSmallestSidOfTheSubscriberAndRemovesItWhateverTheAnswer)
+{
+	HTTPPeer publisher([](const Received& request, std::size_t index) {
+		if (request.method == "SUBSCRIBE") return grant(index == 0 ? "uuid:b" : "uuid:a");
+		return Answer{index == 2 ? HTTPResponse::HTTP_OK : HTTPResponse::HTTP_PRECONDITION_FAILED, {}};
 	});
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-
+	AutoPtr<Callweave::EventSubscriber> pSubscriber = subscriberOf(publisher);
 	pListener->subscribeToEvents(pSubscriber);
-	ASSERT_TRUE(eventually([&] { return !pListener->findSubscriber("uuid:new").isNull(); }));
+	pListener->subscribeToEvents(pSubscriber);
 
-	EXPECT_TRUE(pListener->findSubscriber("uuid:old").isNull());
-	EXPECT_EQ(1u, pChannel->count("Renewal failed; attempting to re-subscribe (URI=/dev/svc?x=1, "
-	                              "SID=uuid:old): 412 Precondition Failed",
+	pListener->unsubscribeFromEvents(pSubscriber);
+	pListener->unsubscribeFromEvents(pSubscriber); // refused: a warning
+	EXPECT_EQ("Not found: Unknown subscriber 0",
+	          thrown([&] { pListener->unsubscribeFromEvents(pSubscriber); }));
+	EXPECT_EQ(
+	    (std::vector<std::string>{SUBSCRIBE + "1800", SUBSCRIBE + "1800", "UNSUBSCRIBE " + PATH + " uuid:a",
+	                              "UNSUBSCRIBE " + PATH + " uuid:b"}),
+	    summary(publisher));
+	EXPECT_EQ(1u, pChannel->count("Unsubscribe (SID: uuid:b) failed: 412 Precondition Failed",
 	                              Message::PRIO_WARNING));
-	const std::vector<PublisherRequest> requests = publisher.requests();
-	ASSERT_EQ(4u, requests.size());
-	EXPECT_TRUE(isRenewal(requests[1]));
-	EXPECT_EQ("UNSUBSCRIBE", requests[2].method);
-	EXPECT_EQ("uuid:old", requests[2].headers.get("SID", ""));
-	EXPECT_EQ("SUBSCRIBE", requests[3].method);
-	EXPECT_FALSE(requests[3].headers.has("SID"));
-	EXPECT_EQ("<http://10.0.0.5:8080/upnp-eventing>", requests[3].headers.get("CALLBACK", ""));
-	EXPECT_EQ("upnp:event", requests[3].headers.get("NT", ""));
-	EXPECT_EQ("Second-1800", requests[3].headers.get("TIMEOUT", ""));
-	pListener->unsubscribeFromEvents(pSubscriber);
 }
 
-TEST_F(SubscriptionClientTest, FailedResubscriptionReportsTheSubscriptionLost)
+struct RenewalRow
 {
-	ScriptedPublisher publisher([](const PublisherRequest& request, std::size_t index) {
-		if (index == 0) return grant("uuid:old", "Second-1");
-		if (isRenewal(request)) return status(HTTPResponse::HTTP_PRECONDITION_FAILED);
-		if (request.method == "UNSUBSCRIBE") return status(HTTPResponse::HTTP_OK);
-		return status(HTTPResponse::HTTP_SERVICE_UNAVAILABLE);
+	const char* name;
+	HTTPResponse::HTTPStatus renewal;     ///< the answer to the renewal
+	HTTPResponse::HTTPStatus resubscribe; ///< the answer to a new SUBSCRIBE after it
+	std::size_t requests;
+	const char* fired; ///< how often subscriptionRenewed, ...RenewalFailed and ...Lost fired
+	std::size_t messages;
+	std::string lastMessage; ///< its start
+	const char* sidAfter;    ///< the subscription held afterwards
+	friend void PrintTo(const RenewalRow& row, std::ostream* pStream) { *pStream << row.name; }
+};
+
+using RenewalOutcomeTest = Table<SubscriptionClientTest, RenewalRow>;
+
+TEST_P(RenewalOutcomeTest, IsReportedAndLogged)
+{
+	const RenewalRow& row = GetParam();
+	HTTPPeer publisher([row](const Received& request, std::size_t index) {
+		if (index == 0) return grant("uuid:old");
+		if (request.method == "UNSUBSCRIBE") return Answer();
+		if (request.headers.has("SID")) return Answer{row.renewal, {}};
+		return row.resubscribe == HTTPResponse::HTTP_OK ? grant("uuid:new") : Answer{row.resubscribe, {}};
 	});
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
+	AutoPtr<Callweave::EventSubscriber> pSubscriber = subscriberOf(publisher);
+	EventCounter renewed(pListener->subscriptionRenewed);
+	EventCounter failed(pListener->subscriptionRenewalFailed);
 	EventCounter lost(pListener->subscriptionLost);
-
 	pListener->subscribeToEvents(pSubscriber);
-	ASSERT_TRUE(lost.waitFor(1));
+	if (row.requests == 1) publisher.stop(); // the renewal cannot reach it
 
-	EXPECT_EQ(publisher.url(PATH), lost.uris().at(0));
+	pass(PERIOD);
+
+	const std::vector<std::string> resubscribed = {SUBSCRIBE + "1800",
+	                                               "SUBSCRIBE " + PATH + " uuid:old Second-1800",
+	                                               "UNSUBSCRIBE " + PATH + " uuid:old", SUBSCRIBE + "1800"};
+	EXPECT_EQ(std::vector<std::string>(resubscribed.begin(), resubscribed.begin() + row.requests),
+	          summary(publisher));
+	EXPECT_EQ(row.fired, std::to_string(renewed.uris().size()) + std::to_string(failed.uris().size()) +
+	                         std::to_string(lost.uris().size()));
 	const std::vector<Message> messages = pChannel->messages();
-	ASSERT_EQ(3u, messages.size());
-	EXPECT_EQ(Message::PRIO_WARNING, messages[0].priority());
-	EXPECT_EQ("I/O error: HTTP error: Service Unavailable", messages[1].text());
-	EXPECT_EQ(Message::PRIO_ERROR, messages[1].priority());
-	EXPECT_EQ("Event subscription lost (URI=/dev/svc?x=1, SID=uuid:old): 412 Precondition Failed",
-	          messages[2].text());
-	EXPECT_EQ(Message::PRIO_ERROR, messages[2].priority());
-	EXPECT_TRUE(pListener->findSubscriber("uuid:old").isNull());
-	EXPECT_THROW(pListener->unsubscribeFromEvents(pSubscriber), NotFoundException);
+	ASSERT_EQ(row.messages, messages.size());
+	EXPECT_EQ(0u, messages.back().text().find(row.lastMessage)) << messages.back().text();
+	for (const char* sid : {"uuid:old", "uuid:new"})
+		EXPECT_EQ(std::string(sid) == row.sidAfter, pListener->findSubscriber(sid) == pSubscriber) << sid;
 }
 
-TEST_F(SubscriptionClientTest, RenewalAnswered500FailsAndRenewsAgainNextPeriod)
-{
-	ScriptedPublisher publisher(granting("Second-1", HTTPResponse::HTTP_INTERNAL_SERVER_ERROR));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	EventCounter failed(pListener->subscriptionRenewalFailed);
+const std::string RENEWAL_ERROR =
+    "Error while renewing event subscription (URI=/dev/svc?x=1, SID=uuid:old): ";
 
-	pListener->subscribeToEvents(pSubscriber);
-	ASSERT_TRUE(failed.waitFor(2));
+INSTANTIATE_TEST_SUITE_P(
+    Outcomes, RenewalOutcomeTest,
+    testing::Values(
+        RenewalRow{
+            "RefusedIsSubscribedAnew", HTTPResponse::HTTP_PRECONDITION_FAILED, HTTPResponse::HTTP_OK, 4,
+            "000", 1,
+            "Renewal failed; attempting to re-subscribe (URI=/dev/svc?x=1, SID=uuid:old): 412 Precondition",
+            "uuid:new"},
+        // Warned as above, the new SUBSCRIBE's exception logged, then:
+        RenewalRow{"RefusedAndRefusedAgainIsLost", HTTPResponse::HTTP_PRECONDITION_FAILED,
+                   HTTPResponse::HTTP_SERVICE_UNAVAILABLE, 4, "001", 3,
+                   "Event subscription lost (URI=/dev/svc?x=1, SID=uuid:old): 412 Precondition Failed", ""},
+        RenewalRow{"ServerErrorFails", HTTPResponse::HTTP_INTERNAL_SERVER_ERROR, HTTPResponse::HTTP_OK, 2,
+                   "010", 1, "HTTP " + RENEWAL_ERROR + "500 Internal Server Error", "uuid:old"},
+        RenewalRow{"UnreachableFails", HTTPResponse::HTTP_OK, HTTPResponse::HTTP_OK, 1, "010", 1,
+                   RENEWAL_ERROR, "uuid:old"}),
+    nameOf<RenewalRow>);
 
-	EXPECT_EQ(publisher.url(PATH), failed.uris().at(0));
-	EXPECT_GE(pChannel->count("HTTP Error while renewing event subscription (URI=/dev/svc?x=1, SID=uuid:s1): "
-	                          "500 Internal Server Error",
-	                          Message::PRIO_ERROR),
-	          2u);
-	EXPECT_EQ(pSubscriber, pListener->findSubscriber("uuid:s1"));
-	pListener->unsubscribeFromEvents(pSubscriber);
-}
-
-TEST_F(SubscriptionClientTest, UnreachablePublisherLogsTheRenewalError)
-{
-	auto pPublisher = std::make_unique<ScriptedPublisher>(granting("Second-1"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(*pPublisher);
-	EventCounter failed(pListener->subscriptionRenewalFailed);
-	pListener->subscribeToEvents(pSubscriber);
-	pPublisher->stop();
-
-	ASSERT_TRUE(failed.waitFor(1));
-	ASSERT_TRUE(pChannel->waitFor(
-	    1, "Error while renewing event subscription (URI=/dev/svc?x=1, SID=uuid:s1): ", Message::PRIO_ERROR));
-	for (const Message& message : pChannel->messages())
-		EXPECT_EQ(RENEWAL_LOGGER, message.source()) << message.text();
-	EXPECT_EQ(pSubscriber, pListener->findSubscriber("uuid:s1"));
-}
-
-TEST_F(SubscriptionClientTest, DestroyingWithRenewingSubscriptionsWaitsForWorkersInFlight)
-{
-	TestSupport::Gate gate;
-	std::atomic<int> renewalsStarted{0};
-	ScriptedPublisher publisher([&](const PublisherRequest& request, std::size_t index) {
-		if (!isRenewal(request)) return grant("uuid:s" + std::to_string(index), "Second-1");
-		++renewalsStarted;
-		gate.wait();
-		// Every other renewal re-subscribes while the listener is going.
-		return status(index % 2 ? HTTPResponse::HTTP_PRECONDITION_FAILED : HTTPResponse::HTTP_OK);
-	});
-	std::vector<AutoPtr<EventSubscriber>> subscribers;
-	for (int i = 0; i < 4; ++i)
-	{
-		subscribers.push_back(subscriberOf(publisher));
-		pListener->subscribeToEvents(subscribers.back());
-	}
-	ASSERT_TRUE(eventually([&] { return renewalsStarted >= 4; }));
-
-	auto destroyed = std::async(std::launch::async, [this] { pListener = nullptr; });
-	EXPECT_EQ(std::future_status::timeout, destroyed.wait_for(std::chrono::milliseconds(100)))
-	    << "the listener did not wait for its renewal workers";
-	gate.open();
-	ASSERT_EQ(std::future_status::ready, destroyed.wait_for(TestSupport::DEADLINE));
-}
-
-TEST_F(SubscriptionClientTest, ThrowingRenewedDelegateCountsAsAFailedRenewal)
-{
-	ScriptedPublisher publisher(granting("Second-1"));
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	Delegate<const std::string> throwing(
-	    [](const void*, const std::string&) { throw IllegalStateException("application says no"); });
-	pListener->subscriptionRenewed += throwing;
-	EventCounter failed(pListener->subscriptionRenewalFailed);
-
-	pListener->subscribeToEvents(pSubscriber);
-
-	ASSERT_TRUE(failed.waitFor(1));
-	EXPECT_TRUE(pChannel->waitFor(1,
-	                              "Error while renewing event subscription (URI=/dev/svc?x=1, SID=uuid:s1): "
-	                              "Illegal state: application says no",
-	                              Message::PRIO_ERROR));
-	pListener->subscriptionRenewed -= throwing;
-	pListener->unsubscribeFromEvents(pSubscriber);
-}
-
-TEST_F(SubscriptionClientTest, RenewalGrantingAnotherTimeoutKeepsThePeriod)
-{
-	ScriptedPublisher publisher([](const PublisherRequest& request, std::size_t) {
-		if (isRenewal(request)) return grant(request.headers.get("SID"), "Second-1800");
-		return grant("uuid:s1", "Second-1");
-	});
-	AutoPtr<EventSubscriber> pSubscriber = subscriberOf(publisher);
-	EventCounter renewed(pListener->subscriptionRenewed);
-
-	pListener->subscribeToEvents(pSubscriber);
-
-	// A period taken from the renewal's grant would be 1350 s.
-	ASSERT_TRUE(renewed.waitFor(3));
-	pListener->unsubscribeFromEvents(pSubscriber);
-	for (const PublisherRequest& request : publisher.requests())
-	{
-		if (isRenewal(request))
-		{
-			EXPECT_EQ("Second-1", request.headers.get("TIMEOUT", ""));
-		}
-	}
-}
-
-// ---- The listener's settings for NOTIFY: early-NOTIFY grace and SEQ tracking ----
-
-namespace {
-
-const std::string EARLY_WAIT_PREFIX = "NOTIFY for unknown SID ";
-
-/// Sends a NOTIFY with sid, seq (no SEQ header when empty) and the property
-/// Count=value to port on 127.0.0.1; returns the status.
-int sendNotify(unsigned short port, const std::string& sid, const std::string& seq, const std::string& value)
-{
-	const std::string body =
-	    "<?xml version=\"1.0\"?><e:propertyset xmlns:e=\"urn:schemas-upnp-org:event-1-0\">"
-	    "<e:property><Count>" +
-	    value + "</Count></e:property></e:propertyset>";
-	Net::HTTPClientSession session("127.0.0.1", port);
-	Net::HTTPRequest request("NOTIFY", "/upnp-eventing", Net::HTTPMessage::HTTP_1_1);
-	request.set("NT", "upnp:event");
-	request.set("NTS", "upnp:propchange");
-	request.set("SID", sid);
-	if (!seq.empty()) request.set("SEQ", seq);
-	request.setContentLength(static_cast<std::streamsize>(body.size()));
-	session.sendRequest(request) << body;
-	Net::HTTPResponse response;
-	session.receiveResponse(response);
-	return response.getStatus();
-}
-
-/// A subscriber listener with a real event endpoint, and a publisher that
-/// holds its answer to the first SUBSCRIBE until the test releases it.
-class ListenerSettingsTest : public ::testing::Test
+/// A listener on a real endpoint; the publisher holds its first SUBSCRIBE until released.
+class ListenerSettingsTest : public SubscriptionClientTest
 {
 protected:
-	void SetUp() override
-	{
-		Logger::setChannel("UPnP.GENA", pChannel);
-		Logger::setLevel("UPnP.GENA", Message::PRIO_DEBUG);
-	}
+	~ListenerSettingsTest() override { release.open(); }
 
-	void TearDown() override
+	void configure(Timespan grace, bool trackSequence = false)
 	{
-		release.open();
-		Logger::setChannel("UPnP.GENA", nullptr);
-	}
-
-	void configure(Timespan grace, bool trackSequence = false, bool resubscribeOnGap = false)
-	{
-		Listener::Settings settings = endpoint.pListener->settings();
+		Listener::Settings settings;
 		settings.earlyNotifyGrace = grace;
 		settings.trackSequence = trackSequence;
-		settings.resubscribeOnGap = resubscribeOnGap;
 		endpoint.pListener->setSettings(settings);
 	}
 
-	/// Starts subscribing and returns once the publisher holds the SUBSCRIBE.
-	std::future<void> subscribeHeld()
-	{
-		auto subscribed = std::async(std::launch::async,
-		                             [this] { endpoint.pListener->subscribeToEvents(recorder.pSubscriber); });
-		EXPECT_TRUE(subscribeArrived.wait());
-		return subscribed;
-	}
-
-	std::future<int> notifyAsync(const std::string& sid)
-	{
-		return std::async(std::launch::async,
-		                  [this, sid] { return sendNotify(endpoint.port(), sid, "0", "7"); });
-	}
-
-	AutoPtr<TestChannel> pChannel = new TestChannel;
-	TestSupport::Gate subscribeArrived;
-	TestSupport::Gate release;
-	ScriptedPublisher publisher{[this](const PublisherRequest& request, std::size_t) {
-		if (request.method != "SUBSCRIBE") return status(HTTPResponse::HTTP_OK);
+	Gate subscribeArrived;
+	Gate release;
+	HTTPPeer publisher{[this](const Received& request, std::size_t) {
+		if (request.method != "SUBSCRIBE") return Answer();
 		subscribeArrived.open();
 		release.wait();
-		return grant("uuid:s1", "Second-1800");
+		return grant("uuid:s1");
 	}};
 	EventRecorder recorder{publisher.url(PATH)};
-	Util::Timer timer;
-	ListenerEndpoint endpoint{timer};
+	ListenerEndpoint endpoint{manual.timer()};
 };
 
-} // namespace
-
-struct EarlyNotifyRow
+struct EarlyRow
 {
 	const char* name;
 	Timespan grace;
+	const char* sid;
 	int status;
+	bool waits;
+	friend void PrintTo(const EarlyRow& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
-void PrintTo(const EarlyNotifyRow& row, std::ostream* pStream)
-{
-	*pStream << row.name;
-}
-
-class EarlyNotifyTest : public ListenerSettingsTest, public ::testing::WithParamInterface<EarlyNotifyRow>
-{
-};
+using EarlyNotifyTest = Table<ListenerSettingsTest, EarlyRow>;
 
 TEST_P(EarlyNotifyTest, InitialNotifyBeforeTheSubscribeResponse)
 {
-	configure(GetParam().grace);
-	std::future<void> subscribed = subscribeHeld();
+	const EarlyRow& row = GetParam();
+	configure(row.grace);
+	auto subscribed = std::async(std::launch::async,
+	                             [this] { endpoint.pListener->subscribeToEvents(recorder.pSubscriber); });
+	ASSERT_TRUE(subscribeArrived.wait());
 
-	std::future<int> notified = notifyAsync("uuid:s1");
-	if (GetParam().status == HTTPResponse::HTTP_OK)
-		ASSERT_TRUE(pChannel->waitFor(1, EARLY_WAIT_PREFIX + "uuid:s1 waits", Message::PRIO_DEBUG));
-	else
-		EXPECT_EQ(GetParam().status, notified.get());
+	auto notified =
+	    std::async(std::launch::async, [this, &row] { return notify(endpoint.port(), row.sid, "0"); });
+	// Answered while the SUBSCRIBE is still held.
+	const int early = row.status == 200 ? 0 : notified.get();
+	EXPECT_TRUE(!row.waits || pChannel->waitFor(1, EARLY + row.sid + " waits", Message::PRIO_DEBUG));
+	EXPECT_EQ(row.waits, pChannel->count(EARLY, Message::PRIO_DEBUG));
 	release.open();
 	subscribed.get();
 
-	if (GetParam().status == HTTPResponse::HTTP_OK)
-	{
-		EXPECT_EQ(GetParam().status, notified.get());
-		EXPECT_EQ(std::vector<std::string>{"Count=7"}, recorder.events());
-	}
-	else
-	{
-		EXPECT_TRUE(recorder.events().empty());
-	}
-	endpoint.pListener->unsubscribeFromEvents(recorder.pSubscriber);
+	EXPECT_EQ(row.status, early ? early : notified.get());
+	EXPECT_EQ(std::vector<std::string>(row.status == 200, "Count=7"), recorder.events());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    ListenerSettings, EarlyNotifyTest,
-    ::testing::Values(EarlyNotifyRow{"NoGrace", Timespan(), HTTPResponse::HTTP_PRECONDITION_FAILED},
-                      EarlyNotifyRow{"GraceWaitsForTheSid", Timespan(20, 0), HTTPResponse::HTTP_OK}),
-    [](const ::testing::TestParamInfo<EarlyNotifyRow>& info) { return std::string(info.param.name); });
-
-TEST_F(ListenerSettingsTest, UnknownSidGets412WhenTheGraceRunsOut)
-{
-	configure(Timespan(0, 200 * 1000));
-	std::future<void> subscribed = subscribeHeld();
-
-	// The subscription request is still held: only the grace ends the wait.
-	EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, notifyAsync("uuid:other").get());
-	EXPECT_EQ(1u, pChannel->count(EARLY_WAIT_PREFIX + "uuid:other waits for a subscription request in flight",
-	                              Message::PRIO_DEBUG));
-	release.open();
-	subscribed.get();
-	EXPECT_TRUE(recorder.events().empty());
-}
-
-TEST_F(ListenerSettingsTest, WaitsBeyondTheBoundGet412AtOnce)
-{
-	configure(Timespan(20, 0));
-	std::future<void> subscribed = subscribeHeld();
-	std::vector<std::future<int>> parked;
-	for (std::size_t i = 0; i < Listener::MAX_EARLY_NOTIFY_WAITS; ++i)
-		parked.push_back(notifyAsync("uuid:other"));
-	ASSERT_TRUE(pChannel->waitFor(Listener::MAX_EARLY_NOTIFY_WAITS, EARLY_WAIT_PREFIX, Message::PRIO_DEBUG));
-
-	// Answered while the others still wait and the SUBSCRIBE is still held.
-	EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, notifyAsync("uuid:s1").get());
-	EXPECT_EQ(Listener::MAX_EARLY_NOTIFY_WAITS, pChannel->count(EARLY_WAIT_PREFIX, Message::PRIO_DEBUG));
-
-	// The end of the subscription request ends the waits of unknown SIDs.
-	release.open();
-	subscribed.get();
-	for (std::future<int>& notified : parked)
-		EXPECT_EQ(HTTPResponse::HTTP_PRECONDITION_FAILED, notified.get());
-	EXPECT_TRUE(recorder.events().empty());
-}
+    Grace, EarlyNotifyTest,
+    testing::Values(EarlyRow{"NoGrace", Timespan(), "uuid:s1", 412, false},
+                    EarlyRow{"GraceWaitsForTheSid", Timespan(20, 0), "uuid:s1", 200, true},
+                    EarlyRow{"GraceRunsOutForAnotherSid", Timespan(0, 200000), "uuid:other", 412, true}),
+    nameOf<EarlyRow>);
 
 struct SequenceRow
 {
 	const char* name;
-	bool trackSequence;
 	std::vector<std::string> seqs;
-	std::vector<std::pair<std::uint32_t, std::uint32_t>> gaps; // expected, received
+	std::vector<std::string> gaps; ///< expected>received
+	friend void PrintTo(const SequenceRow& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
-void PrintTo(const SequenceRow& row, std::ostream* pStream)
-{
-	*pStream << row.name;
-}
-
-class SequenceGapTest : public ListenerSettingsTest, public ::testing::WithParamInterface<SequenceRow>
-{
-};
+using SequenceGapTest = Table<ListenerSettingsTest, SequenceRow>;
 
 TEST_P(SequenceGapTest, ReportsSkippedNumbersAndDeliversEveryNotify)
 {
-	configure(Timespan(), GetParam().trackSequence);
+	configure(Timespan(), true);
 	endpoint.pListener->addSubscription("uuid:t", Listener::Subscription{recorder.pSubscriber, nullptr});
-	std::mutex mutex;
-	std::vector<Listener::SequenceGap> gaps;
-	// Fired on the server's thread before the response: recorded once a NOTIFY is answered.
+	StringLog gaps;
 	Delegate<const Listener::SequenceGap> onGap([&](const void*, const Listener::SequenceGap& gap) {
-		std::lock_guard<std::mutex> lock(mutex);
-		gaps.push_back(gap);
+		const bool ours = gap.sid == "uuid:t" && gap.endpointURI == publisher.url(PATH);
+		gaps.add((ours ? "" : "of another ") + std::to_string(gap.expected) + ">" +
+		         std::to_string(gap.received));
 	});
 	endpoint.pListener->sequenceGap += onGap;
 
 	for (const std::string& seq : GetParam().seqs)
-		EXPECT_EQ(HTTPResponse::HTTP_OK, sendNotify(endpoint.port(), "uuid:t", seq, "v" + seq)) << seq;
+		EXPECT_EQ(200, notify(endpoint.port(), "uuid:t", seq)) << seq;
 
 	endpoint.pListener->sequenceGap -= onGap;
-	std::lock_guard<std::mutex> lock(mutex);
-	ASSERT_EQ(GetParam().gaps.size(), gaps.size());
-	for (std::size_t k = 0; k < gaps.size(); ++k)
-	{
-		EXPECT_EQ("uuid:t", gaps[k].sid);
-		EXPECT_EQ(publisher.url(PATH), gaps[k].endpointURI);
-		EXPECT_EQ(GetParam().gaps[k].first, gaps[k].expected);
-		EXPECT_EQ(GetParam().gaps[k].second, gaps[k].received);
-	}
+	EXPECT_EQ(GetParam().gaps, gaps.entries());
 	EXPECT_EQ(GetParam().seqs.size(), recorder.events().size());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    ListenerSettings, SequenceGapTest,
-    ::testing::Values(
-        SequenceRow{"InOrder", true, {"0", "1", "2", "3"}, {}},
-        SequenceRow{"Skipped", true, {"0", "1", "4", "5"}, {{2, 4}}},
-        SequenceRow{"FirstIsNotZero", true, {"3", "4"}, {{0, 3}}},
-        SequenceRow{"Duplicate", true, {"0", "1", "1", "2"}, {}},
-        SequenceRow{"Older", true, {"0", "1", "2", "3", "1", "4"}, {}},
-        SequenceRow{"ZeroStartsAgain", true, {"0", "1", "2", "0", "1"}, {}},
-        SequenceRow{"WrapToOne", true, {"4294967294", "4294967295", "1", "2"}, {{0, 4294967294u}}},
-        SequenceRow{"GapAcrossTheWrap", true, {"4294967294", "2"}, {{0, 4294967294u}, {4294967295u, 2}}},
-        SequenceRow{"OlderAcrossTheWrap", true, {"4294967295", "1", "4294967295"}, {{0, 4294967295u}}},
-        SequenceRow{"NoDecimalSeqIsNotTracked", true, {"0", "", "x", "-1", "1"}, {}},
-        SequenceRow{"Off", false, {"0", "5", "9"}, {}}),
-    [](const ::testing::TestParamInfo<SequenceRow>& info) { return std::string(info.param.name); });
+    Sequences, SequenceGapTest,
+    testing::Values(SequenceRow{"InOrder", {"0", "1", "2", "3"}, {}},
+                    SequenceRow{"Skipped", {"0", "1", "4", "5"}, {"2>4"}},
+                    SequenceRow{"FirstIsNotZero", {"3", "4"}, {"0>3"}},
+                    SequenceRow{"Duplicate", {"0", "1", "1", "2"}, {}},
+                    SequenceRow{"Older", {"0", "1", "2", "3", "1", "4"}, {}},
+                    SequenceRow{"ZeroStartsAgain", {"0", "1", "2", "0", "1"}, {}},
+                    SequenceRow{"WrapToOne", {"4294967294", "4294967295", "1", "2"}, {"0>4294967294"}},
+                    SequenceRow{"GapAcrossTheWrap", {"4294967294", "2"}, {"0>4294967294", "4294967295>2"}},
+                    SequenceRow{"OlderAcrossTheWrap", {"4294967295", "1", "4294967295"}, {"0>4294967295"}},
+                    SequenceRow{"NoDecimalSeqIsNotTracked", {"0", "", "x", "-1", "1"}, {}}),
+    nameOf<SequenceRow>);
 
-TEST(ListenerSettings, ResubscribeOnGapBringsTheInitialStateAgain)
-{
-	AutoPtr<TestChannel> pChannel = new TestChannel;
-	Logger::setChannel("UPnP.GENA", pChannel);
-	Logger::setLevel("UPnP.GENA", Message::PRIO_DEBUG);
-	Util::Timer timer;
-	ListenerEndpoint endpoint(timer);
-	std::mutex mutex;
-	std::vector<std::future<int>> initialNotifies;
-	// Like a real publisher: a new subscription gets its initial NOTIFY (SEQ 0)
-	// on a connection of its own, which may overtake the SUBSCRIBE response.
-	ScriptedPublisher publisher([&](const PublisherRequest& request, std::size_t) {
-		if (request.method != "SUBSCRIBE" || isRenewal(request)) return status(HTTPResponse::HTTP_OK);
-		std::lock_guard<std::mutex> lock(mutex);
-		const std::string sid = "uuid:s" + std::to_string(initialNotifies.size() + 1);
-		initialNotifies.push_back(std::async(std::launch::async, [&endpoint, sid] {
-			return sendNotify(endpoint.port(), sid, "0", "state of " + sid);
-		}));
-		return grant(sid, "Second-1800");
-	});
-	EventRecorder recorder(publisher.url(PATH));
-	Listener::Settings settings;
-	settings.earlyNotifyGrace = Timespan(20, 0);
-	settings.trackSequence = true;
-	settings.resubscribeOnGap = true;
-	endpoint.pListener->setSettings(settings);
-
-	endpoint.pListener->subscribeToEvents(recorder.pSubscriber);
-	ASSERT_TRUE(recorder.waitFor(1));
-	EXPECT_EQ(HTTPResponse::HTTP_OK, sendNotify(endpoint.port(), "uuid:s1", "2", "after a gap"));
-
-	ASSERT_TRUE(recorder.waitFor(3));
-	EXPECT_EQ(
-	    (std::vector<std::string>{"Count=state of uuid:s1", "Count=after a gap", "Count=state of uuid:s2"}),
-	    recorder.events());
-	EXPECT_EQ(
-	    1u, pChannel->count("Event sequence gap; attempting to re-subscribe (URI=/dev/svc?x=1, SID=uuid:s1)",
-	                        Message::PRIO_WARNING));
-	const std::vector<PublisherRequest> requests = publisher.requests();
-	ASSERT_EQ(3u, requests.size());
-	EXPECT_EQ("UNSUBSCRIBE", requests[1].method);
-	EXPECT_EQ("uuid:s1", requests[1].headers.get("SID", ""));
-	EXPECT_EQ("SUBSCRIBE", requests[2].method);
-	EXPECT_FALSE(requests[2].headers.has("SID"));
-	EXPECT_TRUE(endpoint.pListener->findSubscriber("uuid:s1").isNull());
-	EXPECT_EQ(AutoPtr<EventSubscriber>(recorder.pSubscriber), endpoint.pListener->findSubscriber("uuid:s2"));
-	{
-		std::lock_guard<std::mutex> lock(mutex);
-		for (std::future<int>& notified : initialNotifies)
-			EXPECT_EQ(HTTPResponse::HTTP_OK, notified.get());
-	}
-	endpoint.pListener->unsubscribeFromEvents(recorder.pSubscriber);
-	Logger::setChannel("UPnP.GENA", nullptr);
-}
+} // namespace
