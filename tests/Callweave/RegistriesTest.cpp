@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 #include <functional>
 
 using namespace CallweaveFakes;
@@ -34,14 +36,10 @@ struct Registries
 struct Rule
 {
 	const char* name;
+	operator std::string_view() const { return name; } // what gtest prints
 	std::function<void(Registries&)> call;
 	const char* error;
 };
-
-void PrintTo(const Rule& rule, std::ostream* pOut)
-{
-	*pOut << rule.name;
-}
 
 using RegistriesTest = ::testing::TestWithParam<Rule>;
 
