@@ -6,9 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <string_view>
-
 #include <functional>
+#include <string_view>
 
 using namespace CallweaveFakes;
 
