@@ -29,11 +29,11 @@ std::string repeat(const std::string& text, std::size_t times)
 	return result;
 }
 
-/// A peer behaviour that reads a request head, answers reply and closes, or resets.
+/// A peer behaviour that reads a request, answers reply and closes, or resets.
 RawPeer::Behaviour answering(const std::string& reply, bool reset = false)
 {
 	return [reply, reset](int fd) {
-		readHead(fd);
+		readRequest(fd); // all of it: unread bytes would make the close a reset
 		sendAll(fd, reply);
 		reset ? resetConnection(fd) : void(::close(fd));
 		return false;

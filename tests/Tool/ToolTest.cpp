@@ -129,3 +129,14 @@ INSTANTIATE_TEST_SUITE_P(Gena, MisuseTest, testing::Values(
     Misuse{"PortInUse", {"publish", "--listen", "PEER"}, 1, "cannot listen on PEER: "}),
     [](const testing::TestParamInfo<Misuse>& info) { return std::string(info.param.name); });
 // clang-format on
+
+TEST(GenaTest, TheReadmesProgramsRunToTheEnd)
+{
+	ChildProcess demo(GENA, {"demo", "--strict"});
+	EXPECT_EQ(0, demo.wait()) << demo.transcript();
+	for (const auto& parts : Lines{{"seq=0", "name=Status value=0"}, {"seq=1", "name=Status value=1"}, {"renewed"},
+	                               {"unsubscribed", "SwitchPower"}})
+		EXPECT_NE("", lineWith(demo, parts)) << parts.front() << demo.transcript();
+	ChildProcess embed(EMBED_EXECUTABLE);
+	EXPECT_EQ(0, embed.wait()) << embed.transcript();
+}

@@ -241,6 +241,9 @@ protected:
 
 	void TearDown() override
 	{
+		// Nothing new starts once the endpoint has stopped; then the initial
+		// events still on their way are waited for.
+		endpoint.stop();
 		Tavik::ThreadPool::defaultPool().joinAll();
 		Tavik::Callweave::ORB::instance().unregisterEventDispatcher(serviceURL(), Tavik::UPnP::GENA::Transport::PROTOCOL);
 		pDispatcher->stop();
@@ -256,10 +259,10 @@ protected:
 	std::string exchange(const std::string& request) { return TestSupport::exchange(endpoint.port(), request); }
 
 	std::atomic<Tavik::Clock::ClockVal> _now{Tavik::Clock().raw()};
+	TestState state{{{"Volume", "7"}}}; // before the endpoint, whose initial events ask it
 	Tavik::Util::Timer timer;
 	ListenerEndpoint endpoint{timer};
 	Tavik::AutoPtr<TestListener> pListener = endpoint.pListener;
-	TestState state{{{"Volume", "7"}}};
 	Tavik::AutoPtr<Tavik::Callweave::EventDispatcher> pDispatcher;
 };
 
