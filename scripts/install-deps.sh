@@ -3,12 +3,12 @@
 # Usage: scripts/install-deps.sh [test]
 #   test: also the peers and tools of the full test run (libupnp for the
 #   interoperability tests, iproute2 for the dead-host tests, clang for the
-#   fuzz targets).
+#   asan preset and its fuzz targets).
 # Quick when everything is present: apt is only asked for what is missing.
 set -euo pipefail
 
 packages=(
-  cmake g++ make
+  cmake g++ ninja-build
   libgtest-dev libgmock-dev
   libbenchmark-dev
   libexpat1-dev
