@@ -1,46 +1,64 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer targets of fuzz/ with clang in build/fuzz and runs each
-# for the given number of seconds (default 60) on a copy of its seed corpus.
-# Fails on the first crash, leak, undefined behaviour or timeout; the input
-# that caused it is kept in build/fuzz/findings/ and the fuzzer's log in
-# build/fuzz/logs/.
+# Builds the libFuzzer targets of fuzz/ in the asan preset's build (clang,
+# ASan+UBSan; build/asan) and runs each for the given number of seconds
+# (default 60) on a copy of its seed corpus. Fails on the first crash, leak,
+# undefined behaviour or timeout; the input that caused it is kept in
+# build/fuzz/findings/ and the fuzzer's log in build/fuzz/logs/.
 #
 #   scripts/fuzz.sh [seconds-per-target]
 #
-# Environment: JOBS (build parallelism, default 2), CC/CXX (default clang-14
-# and clang++-14), FUZZ_TARGETS (a space-separated subset to run).
+# Environment: JOBS (build parallelism, and targets run at a time; default
+# 2), FUZZ_TARGETS (a space-separated subset to run).
 set -euo pipefail
 
 seconds=${1:-60}
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=$root/build/fuzz
+work=$root/build/fuzz
 targets=${FUZZ_TARGETS:-"DeserializerSetupFuzzer RequestHandlerFuzzer SubscribeResponseFuzzer URIParseFuzzer NumberParserFuzzer Base64DecoderFuzzer"}
 
-cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	-DCMAKE_C_COMPILER="${CC:-clang-14}" -DCMAKE_CXX_COMPILER="${CXX:-clang++-14}" \
-	-DTAVIK_BUILD_FUZZERS=ON -DTAVIK_BUILD_TESTS=OFF -DTAVIK_BUILD_BENCHMARKS=OFF >/dev/null
+cd "$root"
+cmake --preset asan >/dev/null
 # shellcheck disable=SC2086
-cmake --build "$build" --target $targets -j "${JOBS:-2}"
+cmake --build --preset asan --target $targets -j "${JOBS:-2}"
 
-mkdir -p "$build/findings" "$build/logs"
-status=0
-for target in $targets; do
-	work=$build/corpus/$target
-	rm -rf "$work"
-	mkdir -p "$work"
-	cp "$root/fuzz/corpus/$target/"* "$work/"
-	options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
-		-artifact_prefix="$build/findings/$target-")
+build=$root/build/asan
+mkdir -p "$work/findings" "$work/logs"
+# Runs one target; its log tells what happened.
+run() {
+	local target=$1
+	local corpus=$work/corpus/$target
+	rm -rf "$corpus"
+	mkdir -p "$corpus"
+	cp "$root/fuzz/corpus/$target/"* "$corpus/"
+	local options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
+		-artifact_prefix="$work/findings/$target-")
 	if [[ -f $root/fuzz/dict/$target.dict ]]; then
 		options+=(-dict="$root/fuzz/dict/$target.dict")
 	fi
-	echo "== $target: $seconds s"
-	if "$build/fuzz/$target" "${options[@]}" "$work" >"$build/logs/$target.log" 2>&1; then
-		grep -E '^stat::number_of_executed_units|^#[0-9]+.*DONE' "$build/logs/$target.log" | tail -n 2 || true
+	"$build/fuzz/$target" "${options[@]}" "$corpus" >"$work/logs/$target.log" 2>&1
+}
+
+# JOBS targets at a time.
+status=0
+pids=()
+names=()
+report() {
+	if wait "${pids[0]}"; then
+		echo "== ${names[0]}: $seconds s"
+		grep -E '^stat::number_of_executed_units|^#[0-9]+.*DONE' "$work/logs/${names[0]}.log" | tail -n 2 || true
 	else
-		echo "!! $target failed; see $build/logs/$target.log" >&2
-		tail -n 40 "$build/logs/$target.log" >&2
+		echo "!! ${names[0]} failed; see $work/logs/${names[0]}.log" >&2
+		tail -n 40 "$work/logs/${names[0]}.log" >&2
 		status=1
 	fi
+	pids=("${pids[@]:1}")
+	names=("${names[@]:1}")
+}
+for target in $targets; do
+	run "$target" &
+	pids+=($!)
+	names+=("$target")
+	if [ ${#pids[@]} -ge "${JOBS:-2}" ]; then report; fi
 done
+while [ ${#pids[@]} -gt 0 ]; do report; done
 exit $status

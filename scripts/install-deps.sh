@@ -8,12 +8,12 @@
 #   (scripts/check-install.sh).
 #   test: what the full test run needs beyond the build: the docs and package
 #   groups, libupnp for the interoperability tests, iproute2 for the
-#   dead-host tests, clang for the fuzz targets.
+#   dead-host tests, clang for the asan preset and its fuzz targets.
 # Quick when everything is present: apt is only asked for what is missing.
 set -euo pipefail
 
 packages=(
-  cmake g++ make
+  cmake g++ ninja-build
   libgtest-dev libgmock-dev
   libbenchmark-dev
   libexpat1-dev
